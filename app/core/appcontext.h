@@ -1,0 +1,100 @@
+#pragma once
+
+#include "prompter.h"
+
+#include <QDate>
+#include <QList>
+#include <QLocale>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <functional>
+#include <memory>
+
+class QDialog;
+class QSettings;
+
+namespace app {
+
+// Text put on and read from the system clipboard.
+class Clipboard
+{
+public:
+    virtual ~Clipboard() = default;
+    virtual QString text() const = 0;
+    virtual void setText(const QString& text) = 0;
+};
+
+// One entry of the main window's recent-securities list.
+struct RecentSecurity
+{
+    QString name;
+    QString folder;
+};
+
+// One security to bring up to date. The fields are date texts, as the selection window hands them over.
+struct DownloadItem
+{
+    QString symbol;
+    QString lastDateLess35; // kept for the record; the download job does not read it
+    QString fromDate;       // first date still missing in the security
+    QString folder;
+};
+
+// The outcome of one security: "OK", "Up to date", "No Data" or "No Connection".
+struct DownloadResult
+{
+    QString symbol;
+    QString status;
+};
+
+// State the windows share for the whole run of the program.
+struct SharedState
+{
+    QString currentFolder;
+    QList<RecentSecurity> recent; // recent item i (from 1) is recent[i - 1]
+
+    // Options of the "settings" table, mirrored at start-up and on Apply.
+    qint16 s1 = 0; // 1: also download quotes dated Saturday and Sunday
+    qint16 s2 = 0; // the "Threads" value, kept and edited but read by nothing else
+    bool downloadWeekendQuotes() const { return s1 != 0; }
+
+    // Entries chosen in the symbol lookup's multiple-choice mode, in list order.
+    QStringList lookupNames;
+    QStringList lookupSymbols;
+
+    // The download job: what the selection window hands to the progress window, and what comes back.
+    QList<DownloadItem> downloadList;
+    bool downloadCurrentQuote = false;
+    bool dataCorrection = false;
+    QString dataCorrectionFrom;
+    QList<DownloadResult> downloadResults;
+};
+
+// The services a window may use and the shared state, handed to every window by reference.
+// The program fills it with the desktop's services (see desktopcontext.h); tests with recording ones.
+struct AppContext
+{
+    std::unique_ptr<Prompter> prompter;
+    std::unique_ptr<Clipboard> clipboard;
+    std::unique_ptr<QSettings> settings;
+    // Shows a dialog modally and returns its result; the program calls exec(), tests drive the dialog.
+    std::function<int(QDialog&)> runModal;
+    std::function<QDate()> today;
+    std::function<void(const QUrl&)> openUrl;
+    QLocale locale;
+    QString programFolder;
+
+    SharedState state;
+
+    AppContext();
+    ~AppContext();
+    AppContext(const AppContext&) = delete;
+    AppContext& operator=(const AppContext&) = delete;
+
+    // A file beside the program, such as "symbols.mdb" or "TIP.TXT".
+    QString programFile(const QString& name) const;
+};
+
+} // namespace app

@@ -1,0 +1,102 @@
+#include "core/helpers.h"
+#include "testcontext.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct DateCase
+{
+    const char* pattern;
+    const char* separator;
+    qint32 date;
+    const char* expected;
+};
+
+class FormatBarDateTest : public ::testing::TestWithParam<DateCase>
+{
+};
+
+TEST_P(FormatBarDateTest, FollowsThePattern)
+{
+    const DateCase& c = GetParam();
+    EXPECT_EQ(app::FormatBarDate(c.date, QString::fromLatin1(c.pattern), QString::fromLatin1(c.separator)),
+              QString::fromLatin1(c.expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Patterns,
+    FormatBarDateTest,
+    ::testing::Values(DateCase{"M/d/yyyy", "/", 20050115, "1/15/2005"},
+                      DateCase{"M/d/yyyy", "/", 0, "N/A"},
+                      DateCase{"dd.MM.yyyy", ".", 20050115, "15.01.2005"},
+                      DateCase{"dd.MM.yyyy", ".", 20051203, "03.12.2005"},
+                      DateCase{"dd/MM/yyyy", "/", 19991231, "31/12/1999"},
+                      DateCase{"yyyy-MM-dd", "-", 20050105, "2005-01-05"},
+                      DateCase{"d. M. yyyy", ". ", 20050115, "15. 1. 2005"},
+                      DateCase{"dd. MM. yyyy", ". ", 20050105, "05. 01. 2005"},
+                      // No separator in the pattern, or none known: the fixed form, never a failure.
+                      DateCase{"yyyyMMdd", "", 20050115, "2005-01-15"},
+                      DateCase{"yyyyMMdd", "/", 20050115, "2005-01-15"},
+                      // Numbers that are no date of the calendar are shown as they are.
+                      DateCase{"M/d/yyyy", "/", 20050231, "2005-02-31"},
+                      DateCase{"M/d/yyyy", "/", 20051300, "2005-13-00"}));
+
+TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
+{
+    const QLocale us(QLocale::English, QLocale::UnitedStates);
+    EXPECT_EQ(app::GetShortDatePattern(us), QStringLiteral("M/d/yyyy"));
+    EXPECT_EQ(app::GetDateSeparator(us), QStringLiteral("/"));
+    EXPECT_EQ(app::FormatBarDate(us, 20050115), QStringLiteral("1/15/2005"));
+
+    const QLocale german(QLocale::German, QLocale::Germany);
+    EXPECT_EQ(app::GetDateSeparator(german), QStringLiteral("."));
+    EXPECT_EQ(app::FormatBarDate(german, 20050115), QStringLiteral("15.01.2005"));
+
+    EXPECT_EQ(app::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), QStringLiteral("2005-01-15"));
+}
+
+class ParsePathTest : public ::testing::TestWithParam<std::pair<const char*, const char*>>
+{
+};
+
+TEST_P(ParsePathTest, KeepsTheDirectoryWithItsSeparator)
+{
+    EXPECT_EQ(app::ParsePath(QString::fromLatin1(GetParam().first)), QString::fromLatin1(GetParam().second));
+}
+
+INSTANTIATE_TEST_SUITE_P(Paths,
+                         ParsePathTest,
+                         ::testing::Values(std::pair{"C:\\data\\ibm.csv", "C:\\data\\"},
+                                           std::pair{"/home/ann/data/ibm.csv", "/home/ann/data/"},
+                                           std::pair{"C:x", "C:"},
+                                           std::pair{"D:", "D:"},
+                                           std::pair{"report", ""},
+                                           std::pair{"", ""},
+                                           std::pair{"C:\\data/sub\\", "C:\\data/sub\\"}));
+
+TEST(GoURLTest, OpensAddressesAndIgnoresEmptyText)
+{
+    testing_support::TestContext context;
+    app::GoURL(context, QString());
+    EXPECT_TRUE(context.openedUrls.isEmpty());
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+
+    app::GoURL(context, QStringLiteral("http://127.0.0.1/help"));
+    app::GoURL(context, QStringLiteral("example.org"));
+    ASSERT_EQ(context.openedUrls.size(), 2);
+    EXPECT_EQ(context.openedUrls[0], QUrl(QStringLiteral("http://127.0.0.1/help")));
+    EXPECT_EQ(context.openedUrls[1].host(), QStringLiteral("example.org"));
+}
+
+TEST(BrowseForFolderTest, ReturnsTheChoiceOrEmptyTextWhenCancelled)
+{
+    testing_support::TestContext context;
+    context.prompter().folders = {QStringLiteral("/data/asx")};
+    EXPECT_EQ(app::BrowseForFolder(context, nullptr, QStringLiteral("Browse For Folder")), QStringLiteral("/data/asx"));
+    EXPECT_EQ(app::BrowseForFolder(context, nullptr, QStringLiteral("Browse For Folder")), QString());
+    ASSERT_EQ(context.prompter().prompts.size(), 2);
+    EXPECT_EQ(context.prompter().prompts[0].title, QStringLiteral("Browse For Folder"));
+}
+
+} // namespace
