@@ -1,11 +1,12 @@
 // ticksmith: the desktop program.
 
 #include "desktopcontext.h"
-
+#include "form2.h"
+#include "frmmain.h"
+#include "logo.h"
 #include "version.h"
 
 #include <QApplication>
-#include <QMainWindow>
 
 #include <cstdio>
 #include <cstring>
@@ -24,11 +25,15 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Ticksmith"));
     QApplication::setApplicationName(QStringLiteral("Ticksmith"));
     QApplication::setApplicationVersion(QStringLiteral(TICKSMITH_VERSION));
+    QApplication::setWindowIcon(QIcon(app::drawLogo(64)));
 
     auto context = app::makeDesktopContext();
-    QMainWindow window;
-    window.setWindowTitle(QStringLiteral(TICKSMITH_PRODUCT " " TICKSMITH_VERSION));
-    window.resize(1024, 700);
-    window.show();
+    app::frmMain mainWindow(*context);
+    auto* splash = new app::Form2([&] {
+        mainWindow.resize(1024, 700);
+        mainWindow.show();
+        mainWindow.Form_Load();
+    });
+    splash->show();
     return application.exec();
 }

@@ -55,6 +55,7 @@ class DesktopClipboard : public Clipboard
 {
 public:
     QString text() const override { return QGuiApplication::clipboard()->text(); }
+
     void setText(const QString& text) override { QGuiApplication::clipboard()->setText(text); }
 };
 

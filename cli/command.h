@@ -12,7 +12,7 @@ enum Exit : int
 {
     Success = 0,
     Problems = 1, // the command ran and found problems, or the service did not answer usefully
-    Usage = 2,    // bad arguments or unreadable input
+    Usage = 2, // bad arguments or unreadable input
 };
 
 // Results go to out, errors to err; nothing else is printed.

@@ -1,7 +1,6 @@
 // ticksmith-cli: the program's work without a window, for scripts and scheduled runs.
 
 #include "command.h"
-
 #include "version.h"
 
 #include <QCoreApplication>
@@ -25,7 +24,8 @@ void printUsage(QTextStream& out, const std::vector<cli::Command>& commands)
         << "Works on MetaStock data folders and the quote service without opening a window.\n\n"
         << "Commands:\n";
     for (const auto& command : commands) {
-        const QString synopsis = QStringLiteral("%1 %2").arg(QLatin1String(command.name), QLatin1String(command.arguments));
+        const QString synopsis =
+            QStringLiteral("%1 %2").arg(QLatin1String(command.name), QLatin1String(command.arguments));
         out << "  " << synopsis.trimmed() << "\n      " << command.summary << "\n";
     }
     out << "\nExit status: 0 success, 1 problems found or the service did not answer usefully, "

@@ -3,7 +3,7 @@
 # Does nothing when every package is already present.
 set -euo pipefail
 
-PKGS=(g++ cmake ninja-build pkgconf make qt6-base-dev libsqlcipher-dev libgtest-dev fonts-dejavu-core xvfb xauth)
+PKGS=(g++ cmake ninja-build pkgconf make qt6-base-dev libx11-dev libsqlcipher-dev libgtest-dev fonts-dejavu-core xvfb xauth)
 
 missing=()
 for p in "${PKGS[@]}"; do

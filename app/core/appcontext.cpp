@@ -9,6 +9,22 @@ AppContext::AppContext() = default;
 
 AppContext::~AppContext() = default;
 
+int AppContext::addRecent(const RecentSecurity& entry)
+{
+    state.recent.append(entry);
+    const int index = int(state.recent.size());
+    if (onRecentAdded)
+        onRecentAdded(index);
+    return index;
+}
+
+void AppContext::setStatusText(const QString& text)
+{
+    state.statusText = text;
+    if (onStatusText)
+        onStatusText(text);
+}
+
 QString AppContext::programFile(const QString& name) const
 {
     return QDir(programFolder).filePath(name);

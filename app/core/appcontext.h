@@ -13,6 +13,7 @@
 #include <memory>
 
 class QDialog;
+class QWidget;
 class QSettings;
 
 namespace app {
@@ -31,6 +32,7 @@ struct RecentSecurity
 {
     QString name;
     QString folder;
+    QString caption; // shown after the item's number, "&<n> <caption>"
 };
 
 // One security to bring up to date. The fields are date texts, as the selection window hands them over.
@@ -38,7 +40,7 @@ struct DownloadItem
 {
     QString symbol;
     QString lastDateLess35; // kept for the record; the download job does not read it
-    QString fromDate;       // first date still missing in the security
+    QString fromDate; // first date still missing in the security
     QString folder;
 };
 
@@ -54,10 +56,12 @@ struct SharedState
 {
     QString currentFolder;
     QList<RecentSecurity> recent; // recent item i (from 1) is recent[i - 1]
+    QString statusText; // the main window's first status-bar panel
 
     // Options of the "settings" table, mirrored at start-up and on Apply.
     qint16 s1 = 0; // 1: also download quotes dated Saturday and Sunday
     qint16 s2 = 0; // the "Threads" value, kept and edited but read by nothing else
+
     bool downloadWeekendQuotes() const { return s1 != 0; }
 
     // Entries chosen in the symbol lookup's multiple-choice mode, in list order.
@@ -87,6 +91,17 @@ struct AppContext
     QString programFolder;
 
     SharedState state;
+
+    // The main window, parent of every dialog; null until it exists (and in tests of single windows).
+    QWidget* mainWindow = nullptr;
+    // Called by addRecent and setStatusText so that the main window shows the change at once.
+    std::function<void(int index)> onRecentAdded;
+    std::function<void(const QString&)> onStatusText;
+
+    // Appends to the recent-securities list and returns the new entry's number (from 1). The list lives
+    // in memory only: it starts empty at every start-up.
+    int addRecent(const RecentSecurity& entry);
+    void setStatusText(const QString& text);
 
     AppContext();
     ~AppContext();

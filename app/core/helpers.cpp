@@ -52,8 +52,7 @@ static QString isoText(int year, int month, int day)
         .arg(day, 2, 10, QLatin1Char('0'));
 }
 
-QString FormatBarDate(qint32 yyyymmdd, const QString& shortDatePattern, const QString& separator,
-                      const QLocale& locale)
+QString FormatBarDate(qint32 yyyymmdd, const QString& shortDatePattern, const QString& separator, const QLocale& locale)
 {
     if (yyyymmdd == 0)
         return QStringLiteral("N/A");

@@ -24,7 +24,9 @@ QString GetDateSeparator(const QLocale& locale);
 // A bar date (yyyymmdd) as the locale's short date; "N/A" for 0. When the pattern holds no separator,
 // or the number is not a date of the calendar, the result is yyyy-mm-dd: this never fails.
 QString FormatBarDate(const QLocale& locale, qint32 yyyymmdd);
-QString FormatBarDate(qint32 yyyymmdd, const QString& shortDatePattern, const QString& separator,
+QString FormatBarDate(qint32 yyyymmdd,
+                      const QString& shortDatePattern,
+                      const QString& separator,
                       const QLocale& locale = QLocale::c());
 
 // The directory part of a path, up to and including its last "\", "/" or ":" (empty when it has none).

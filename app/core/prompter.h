@@ -23,8 +23,8 @@ public:
     virtual ~Prompter() = default;
 
     // A notice with one OK button.
-    virtual void information(QWidget* parent, const QString& title, const QString& text, Icon icon = Icon::Information)
-        = 0;
+    virtual void
+    information(QWidget* parent, const QString& title, const QString& text, Icon icon = Icon::Information) = 0;
     // A Yes/No question with the question icon; true for Yes.
     virtual bool question(QWidget* parent, const QString& title, const QString& text) = 0;
     // A folder chosen by the user, or empty text when the user cancels.

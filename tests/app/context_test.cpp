@@ -18,7 +18,10 @@ TEST(TestPrompterTest, RecordsMessagesAndAnswersQuestionsFromTheScript)
 {
     TestContext context;
     auto& prompter = *context->prompter;
-    prompter.information(nullptr, QStringLiteral("Ticksmith"), QStringLiteral("Already Exists."), app::Prompter::Icon::Information);
+    prompter.information(nullptr,
+                         QStringLiteral("Ticksmith"),
+                         QStringLiteral("Already Exists."),
+                         app::Prompter::Icon::Information);
     context.prompter().answers = {true};
     EXPECT_TRUE(prompter.question(nullptr, QStringLiteral("Ticksmith"), QStringLiteral("Create it?")));
     EXPECT_FALSE(prompter.question(nullptr, QStringLiteral("Ticksmith"), QStringLiteral("Again?")));
@@ -58,7 +61,8 @@ TEST(SettingsIsolationTest, TestsNeverReachTheUsersConfiguration)
     TestContext context;
     const QString realHome = qEnvironmentVariable("TICKSMITH_TEST_REAL_HOME");
     ASSERT_FALSE(realHome.isEmpty());
-    EXPECT_TRUE(context->settings->fileName().startsWith(QDir::tempPath())) << context->settings->fileName().toStdString();
+    EXPECT_TRUE(context->settings->fileName().startsWith(QDir::tempPath()))
+        << context->settings->fileName().toStdString();
 
     // Even the program's own store resolves inside the test's private folders.
     QSettings programStore(QStringLiteral("Ticksmith"), QStringLiteral("Ticksmith"));

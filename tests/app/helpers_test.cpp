@@ -1,4 +1,5 @@
 #include "core/helpers.h"
+
 #include "testcontext.h"
 
 #include <gtest/gtest.h>
@@ -14,8 +15,7 @@ struct DateCase
 };
 
 class FormatBarDateTest : public ::testing::TestWithParam<DateCase>
-{
-};
+{};
 
 TEST_P(FormatBarDateTest, FollowsThePattern)
 {
@@ -57,8 +57,7 @@ TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
 }
 
 class ParsePathTest : public ::testing::TestWithParam<std::pair<const char*, const char*>>
-{
-};
+{};
 
 TEST_P(ParsePathTest, KeepsTheDirectoryWithItsSeparator)
 {

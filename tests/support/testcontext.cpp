@@ -53,8 +53,8 @@ TestContext::TestContext()
     m_clipboard = clipboard.get();
     m_context.clipboard = std::move(clipboard);
 
-    m_context.settings
-        = std::make_unique<QSettings>(QDir(m_root.path()).filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+    m_context.settings =
+        std::make_unique<QSettings>(QDir(m_root.path()).filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
     m_context.runModal = [this](QDialog& dialog) {
         modalsShown.append(dialog.objectName());
         if (modalDrivers.empty())

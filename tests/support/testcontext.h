@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/appcontext.h"
+#include "qtprinters.h"
 
 #include <QDialog>
 #include <QList>
@@ -50,7 +51,9 @@ class TestClipboard : public app::Clipboard
 {
 public:
     QString text() const override { return content; }
+
     void setText(const QString& text) override { content = text; }
+
     QString content;
 };
 
@@ -64,12 +67,17 @@ public:
     TestContext();
 
     app::AppContext& context() { return m_context; }
+
     app::AppContext* operator->() { return &m_context; }
+
     operator app::AppContext&() { return m_context; }
 
     TestPrompter& prompter() { return *m_prompter; }
+
     TestClipboard& clipboard() { return *m_clipboard; }
+
     QString programFolder() const { return m_context.programFolder; }
+
     // A fresh folder inside the test's temporary folder.
     QString makeFolder(const QString& name) const;
 

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QDialog>
+
+class QLabel;
+class QPushButton;
+
+namespace app {
+
+struct AppContext;
+
+// The about box: product, version, and a link to the user manual that ships with the program.
+class Form3 : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit Form3(AppContext& context, QWidget* parent = nullptr);
+
+    QLabel* Picture1;
+    QLabel* Label4;
+    QPushButton* Command1;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void setLinkColour(const QColor& colour);
+
+    AppContext& m_context;
+};
+
+} // namespace app

@@ -1,0 +1,456 @@
+#include "frmmain.h"
+
+#include "core/helpers.h"
+#include "frmtip.h"
+#include "keyboardlocks.h"
+#include "startupoptions.h"
+#include "version.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QSettings>
+#include <QStatusBar>
+#include <QStyle>
+#include <QTimer>
+#include <QToolBar>
+#include <QTreeWidget>
+
+namespace app {
+
+frmMain::frmMain(AppContext& context, QWidget* parent)
+    : QMainWindow(parent)
+    , m_context(context)
+    , m_mdiArea(new QMdiArea(this))
+    , m_clock(new QTimer(this))
+    , m_locks(makeKeyboardLocks())
+{
+    setObjectName(QStringLiteral("frmMain"));
+    setWindowTitle(QStringLiteral(TICKSMITH_PRODUCT " " TICKSMITH_VERSION));
+    m_mdiArea->setObjectName(QStringLiteral("mdiArea"));
+    setCentralWidget(m_mdiArea);
+    buildMenus();
+    buildToolbar();
+    buildStatusBar();
+
+    m_context.mainWindow = this;
+    m_context.onRecentAdded = [this](int index) { addRecentItem(index); };
+    m_context.onStatusText = [this](const QString& text) { panelText->setText(text); };
+
+    Timer1 = new QTimer(this);
+    Timer1->setObjectName(QStringLiteral("Timer1"));
+    Timer1->setInterval(100);
+    connect(Timer1, &QTimer::timeout, this, &frmMain::Timer1_Timer);
+
+    m_clock->setInterval(1000);
+    connect(m_clock, &QTimer::timeout, this, &frmMain::refreshPanels);
+    m_clock->start();
+    refreshPanels();
+    qApp->installEventFilter(this);
+}
+
+frmMain::~frmMain()
+{
+    qApp->removeEventFilter(this);
+    m_context.onRecentAdded = nullptr;
+    m_context.onStatusText = nullptr;
+    if (m_context.mainWindow == this)
+        m_context.mainWindow = nullptr;
+}
+
+static QAction* separator(QMenu* menu, const char* name, bool visible = true)
+{
+    QAction* action = menu->addSeparator();
+    action->setObjectName(QLatin1String(name));
+    action->setVisible(visible);
+    return action;
+}
+
+static QAction* item(QMenu* menu, const char* name, const QString& caption, const QKeySequence& shortcut = {})
+{
+    QAction* action = menu->addAction(caption);
+    action->setObjectName(QLatin1String(name));
+    action->setShortcut(shortcut);
+    return action;
+}
+
+static QMenu* submenu(QWidget* parent, const char* name, const QString& caption)
+{
+    auto* menu = new QMenu(caption, parent);
+    menu->setObjectName(QLatin1String(name));
+    return menu;
+}
+
+void frmMain::buildMenus()
+{
+    mnuFile = submenu(this, "mnuFile", QStringLiteral("&File   "));
+    mnuNew = submenu(mnuFile, "mnuNew", QStringLiteral("&New"));
+    mnuFile->addMenu(mnuNew);
+    mnuCreateNew = item(mnuNew, "mnuCreateNew", QStringLiteral("Create Security"), QKeySequence(Qt::CTRL | Qt::Key_N));
+    mnuCreateMultiple = item(mnuNew, "mnuCreateMultiple", QStringLiteral("Create Multiple Securities"));
+    mnuOpen = item(mnuFile, "mnuOpen", QStringLiteral("&Open"), QKeySequence(Qt::CTRL | Qt::Key_O));
+    mnuOpenChart = item(mnuFile, "mnuOpenChart", QStringLiteral("Open Chart"));
+    separator(mnuFile, "mnub1");
+    mnuClose = item(mnuFile, "mnuClose", QStringLiteral("&Close"), QKeySequence(Qt::CTRL | Qt::Key_W));
+    mnuCloseAll = item(mnuFile, "mnuCloseAll", QStringLiteral("Close All"));
+    separator(mnuFile, "mbub9");
+    mnuRecent = item(mnuFile, "mnuRecent", QString());
+    mnuRecent->setVisible(false);
+    mnub5 = separator(mnuFile, "mnub5", false);
+    mnuExit = item(mnuFile, "mnuExit", QStringLiteral("&Exit"), QKeySequence(Qt::CTRL | Qt::Key_Q));
+
+    mnuTools = submenu(this, "mnuTools", QStringLiteral("&Tools    "));
+    mnuDownload = item(mnuTools, "mnuDownload", QStringLiteral("&Download"), QKeySequence(Qt::Key_F5));
+    separator(mnuTools, "mnub8");
+    mnuAdjust = submenu(mnuTools, "mnuAdjust", QStringLiteral("Adjust"));
+    mnuTools->addMenu(mnuAdjust);
+    mnuSecurity = item(mnuAdjust, "mnuSecurity", QStringLiteral("Security"));
+    mnuData = item(mnuAdjust, "mnuData", QStringLiteral("Data"));
+    separator(mnuTools, "mnub9");
+    mnuConvert = item(mnuTools, "mnuConvert", QStringLiteral("&Convert"), QKeySequence(Qt::Key_F6));
+    mnuTest = item(mnuTools, "mnuTest", QStringLiteral("&Test Data"), QKeySequence(Qt::Key_F4));
+    mnuTest->setVisible(false);
+    separator(mnuTools, "b8");
+    mnuSecFinder = item(mnuTools, "mnuSecFinder", QStringLiteral("Security &Finder"));
+    mnuSymbolBrowser = item(mnuTools, "mnuSymbolBrowser", QStringLiteral("Symbol &Lookup"));
+    separator(mnuTools, "b16");
+    mnuSettings = item(mnuTools, "mnuSettings", QStringLiteral("Settings"));
+
+    mnuWindow = submenu(this, "mnuWindow", QStringLiteral("&Window    "));
+    mnuArrangeHori = item(mnuWindow, "mnuArrangeHori", QStringLiteral("Arrange Horizontal"));
+    mnuCascade = item(mnuWindow, "mnuCascade", QStringLiteral("Arrange Cascade"));
+    // The open child windows follow the two arrangements.
+    connect(mnuWindow, &QMenu::aboutToShow, this, [this] {
+        const auto actions = mnuWindow->actions();
+        for (QAction* action : actions) {
+            if (action == mnuArrangeHori || action == mnuCascade)
+                continue;
+            mnuWindow->removeAction(action);
+            action->deleteLater();
+        }
+        const auto windows = m_mdiArea->subWindowList();
+        if (!windows.isEmpty())
+            mnuWindow->addSeparator();
+        for (QMdiSubWindow* window : windows) {
+            QAction* entry = mnuWindow->addAction(window->windowTitle());
+            entry->setCheckable(true);
+            entry->setChecked(window == m_mdiArea->activeSubWindow());
+            connect(entry, &QAction::triggered, m_mdiArea, [this, window] { m_mdiArea->setActiveSubWindow(window); });
+        }
+    });
+
+    mnuHelp = submenu(this, "mnuHelp", QStringLiteral("&Help"));
+    mnuContents = item(mnuHelp, "mnuContents", QStringLiteral("Contents"), QKeySequence(Qt::Key_F1));
+    mnuTip = item(mnuHelp, "mnuTip", QStringLiteral("Tip of the day"));
+    separator(mnuHelp, "mnub11");
+    mnuLookUp = item(mnuHelp, "mnuLookUp", QStringLiteral("Yahoo Symbol Lookup"));
+    mnuUpdates = item(mnuHelp, "mnuUpdates", QStringLiteral("Browse For Updates"));
+    separator(mnuHelp, "b12");
+    mnuAbout = item(mnuHelp, "mnuAbout", QStringLiteral("&About"));
+
+    for (QMenu* menu : {mnuFile, mnuTools, mnuWindow, mnuHelp})
+        menuBar()->addMenu(menu);
+
+    // Items whose windows are not part of the program yet stay disabled until they get an opener.
+    for (QAction* pending : {mnuCreateNew,
+                             mnuCreateMultiple,
+                             mnuOpen,
+                             mnuOpenChart,
+                             mnuDownload,
+                             mnuSecurity,
+                             mnuData,
+                             mnuConvert,
+                             mnuSecFinder,
+                             mnuSymbolBrowser,
+                             mnuSettings,
+                             mnuTest})
+        pending->setEnabled(false);
+    for (QAction* wired : {mnuCreateNew,
+                           mnuCreateMultiple,
+                           mnuOpen,
+                           mnuOpenChart,
+                           mnuDownload,
+                           mnuSecurity,
+                           mnuData,
+                           mnuConvert,
+                           mnuSecFinder,
+                           mnuSymbolBrowser,
+                           mnuSettings})
+        connect(wired, &QAction::triggered, this, [this, wired] { runOpener(wired); });
+
+    connect(mnuClose, &QAction::triggered, this, [this] {
+        if (QMdiSubWindow* active = m_mdiArea->activeSubWindow())
+            active->close();
+    });
+    connect(mnuCloseAll, &QAction::triggered, this, &frmMain::mnuCloseAll_Click);
+    connect(mnuExit, &QAction::triggered, qApp, &QApplication::quit, Qt::QueuedConnection);
+    connect(mnuArrangeHori, &QAction::triggered, this, &frmMain::mnuArrangeHori_Click);
+    connect(mnuCascade, &QAction::triggered, m_mdiArea, &QMdiArea::cascadeSubWindows);
+    connect(mnuContents, &QAction::triggered, this, [this] {
+        m_context.openUrl(QUrl::fromLocalFile(m_context.programFile(QStringLiteral("help/index.html"))));
+    });
+    connect(mnuTip, &QAction::triggered, this, [this] { frmTip::offer(m_context, this); });
+    connect(mnuLookUp, &QAction::triggered, this, [this] {
+        GoURL(m_context.settings->value(QStringLiteral("Help/SymbolLookupUrl")).toString());
+    });
+    connect(mnuUpdates, &QAction::triggered, this, [this] {
+        GoURL(m_context.settings->value(QStringLiteral("Help/UpdatesUrl")).toString());
+    });
+}
+
+void frmMain::buildToolbar()
+{
+    Toolbar1 = addToolBar(QStringLiteral("Toolbar1"));
+    Toolbar1->setObjectName(QStringLiteral("Toolbar1"));
+    Toolbar1->setMovable(false);
+    QStyle* look = style();
+
+    struct Button
+    {
+        const char* tooltip; // null: a separator
+        QStyle::StandardPixmap icon;
+    };
+
+    // Positions count from 1, separators included, as the click handler dispatches on them.
+    const Button buttons[] = {
+        {nullptr, {}},
+        {"New Security", QStyle::SP_FileIcon},
+        {"Open Security", QStyle::SP_DialogOpenButton},
+        {nullptr, {}},
+        {"Find Security", QStyle::SP_FileDialogContentsView},
+        {"Test Report", QStyle::SP_FileDialogDetailedView},
+        {nullptr, {}},
+        {"Download Quotes", QStyle::SP_ArrowDown},
+        {nullptr, {}},
+        {"Convert", QStyle::SP_BrowserReload},
+        {"Symbol Lookup", QStyle::SP_FileDialogInfoView},
+        {nullptr, {}},
+        {"Settings", QStyle::SP_ComputerIcon},
+        {nullptr, {}},
+        {"", QStyle::SP_DialogHelpButton},
+        {nullptr, {}},
+        {"Copy to Clipboard", QStyle::SP_DialogSaveButton},
+    };
+    for (const Button& button : buttons) {
+        QAction* action =
+            button.tooltip ? Toolbar1->addAction(look->standardIcon(button.icon), QString()) : Toolbar1->addSeparator();
+        if (button.tooltip)
+            action->setToolTip(QLatin1String(button.tooltip));
+        const int index = int(m_toolbarButtons.size()) + 1;
+        action->setObjectName(QStringLiteral("Toolbar1_%1").arg(index));
+        m_toolbarButtons.append(action);
+        connect(action, &QAction::triggered, this, [this, index] { Toolbar1_ButtonClick(index); });
+    }
+    // The buttons follow the menu items they stand for; "Test Report" has no action.
+    auto follow = [this](int index, QAction* menuItem) {
+        QAction* button = m_toolbarButtons[index - 1];
+        button->setEnabled(menuItem->isEnabled());
+        connect(menuItem, &QAction::enabledChanged, button, &QAction::setEnabled);
+    };
+    follow(2, mnuCreateNew);
+    follow(3, mnuOpen);
+    follow(5, mnuSecFinder);
+    follow(8, mnuDownload);
+    follow(10, mnuConvert);
+    follow(11, mnuSymbolBrowser);
+    follow(13, mnuSettings);
+    m_toolbarButtons[5]->setEnabled(false);
+}
+
+void frmMain::Toolbar1_ButtonClick(int index)
+{
+    switch (index) {
+    case 2:
+        mnuCreateNew->trigger();
+        break;
+    case 3:
+        mnuOpen->trigger();
+        break;
+    case 5:
+        mnuSecFinder->trigger();
+        break;
+    case 8:
+        mnuDownload->trigger();
+        break;
+    case 10:
+        mnuConvert->trigger();
+        break;
+    case 11:
+        mnuSymbolBrowser->trigger();
+        break;
+    case 13:
+        mnuSettings->trigger();
+        break;
+    case 15:
+        mnuContents->trigger();
+        break;
+    case 17:
+        RowCopy();
+        break;
+    default:
+        break;
+    }
+}
+
+void frmMain::buildStatusBar()
+{
+    QStatusBar* bar = statusBar();
+    bar->setObjectName(QStringLiteral("StatusBar1"));
+    auto panel = [bar](const char* name, const QString& text, bool stretch) {
+        auto* label = new QLabel(text, bar);
+        label->setObjectName(QLatin1String(name));
+        label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+        label->setContentsMargins(4, 0, 4, 0);
+        if (stretch)
+            bar->addWidget(label, 1);
+        else
+            bar->addPermanentWidget(label);
+        return label;
+    };
+    panelText = panel("Panel1", QString(), true);
+    panelCaps = panel("PanelCaps", QStringLiteral("CAPS"), false);
+    panelNum = panel("PanelNum", QStringLiteral("NUM"), false);
+    panelIns = panel("PanelIns", QStringLiteral("INS"), false);
+    panelTime = panel("PanelTime", QString(), false);
+    panelDate = panel("PanelDate", QString(), false);
+}
+
+void frmMain::refreshPanels()
+{
+    const auto locks = m_locks->read().value_or(KeyboardLocks::State{});
+    panelCaps->setEnabled(locks.caps);
+    panelNum->setEnabled(locks.num);
+    panelIns->setEnabled(m_insertMode);
+    const QDateTime now = QDateTime::currentDateTime();
+    panelTime->setText(m_context.locale.toString(now.time(), QLocale::ShortFormat));
+    panelDate->setText(m_context.locale.toString(now.date(), GetShortDatePattern(m_context.locale)));
+}
+
+bool frmMain::eventFilter(QObject* watched, QEvent* event)
+{
+    // Lock keys change state outside the clock's rhythm: show the change at once.
+    if (event->type() == QEvent::KeyRelease) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_CapsLock || key == Qt::Key_NumLock)
+            refreshPanels();
+    } else if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Insert
+               && !static_cast<QKeyEvent*>(event)->isAutoRepeat() && watched->isWidgetType()
+               && static_cast<QWidget*>(watched)->window() == window()) {
+        m_insertMode = !m_insertMode;
+        refreshPanels();
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void frmMain::Form_Load()
+{
+    m_context.settings->setValue(QStringLiteral("InstallDir/Dir"), m_context.programFolder);
+    m_context.state.recent.clear();
+    loadStartupOptions(m_context);
+    Timer1->setInterval(100);
+    Timer1->start();
+}
+
+void frmMain::Timer1_Timer()
+{
+    if (!m_tipShown) {
+        // The interval grows only after the tip window has closed, so that no tick comes in between.
+        frmTip::offer(m_context, this);
+        m_tipShown = true;
+        Timer1->setInterval(3000);
+    }
+    if (QMdiSubWindow* active = m_mdiArea->activeSubWindow())
+        panelText->setText(active->windowTitle());
+}
+
+void frmMain::mnuCloseAll_Click()
+{
+    m_mdiArea->closeAllSubWindows();
+    const auto windows = QApplication::topLevelWidgets();
+    for (QWidget* window : windows) {
+        if (window != this && !qobject_cast<QMenu*>(window))
+            window->close();
+    }
+}
+
+void frmMain::mnuArrangeHori_Click()
+{
+    // One window above the other, each as wide as the frame.
+    const auto windows = m_mdiArea->subWindowList();
+    if (windows.isEmpty())
+        return;
+    const QRect area = m_mdiArea->viewport()->rect();
+    const int height = area.height() / int(windows.size());
+    int top = 0;
+    for (QMdiSubWindow* window : windows) {
+        window->showNormal();
+        window->setGeometry(0, top, area.width(), height);
+        top += height;
+    }
+}
+
+void frmMain::addRecentItem(int index)
+{
+    const RecentSecurity& entry = m_context.state.recent[index - 1];
+    auto* action = new QAction(QStringLiteral("&%1 %2").arg(index).arg(entry.caption), mnuFile);
+    action->setObjectName(QStringLiteral("mnuRecent_%1").arg(index));
+    mnuFile->insertAction(mnub5, action);
+    mnub5->setVisible(true);
+    m_recentItems.append(action);
+    connect(action, &QAction::triggered, this, [this, index] {
+        if (m_openRecent)
+            m_openRecent(index);
+    });
+}
+
+void frmMain::setOpener(QAction* item, std::function<void()> opener)
+{
+    item->setEnabled(bool(opener));
+    m_openers[item] = std::move(opener);
+}
+
+void frmMain::runOpener(QAction* item)
+{
+    const auto found = m_openers.find(item);
+    if (found != m_openers.end() && found->second)
+        found->second();
+}
+
+void frmMain::GoURL(const QString& address)
+{
+    app::GoURL(m_context, address);
+}
+
+QString frmMain::ParsePath(const QString& path) const
+{
+    return app::ParsePath(path);
+}
+
+void frmMain::RowCopy()
+{
+    // Only a data sheet has rows to copy: its list of bars, the date and the five values of each row.
+    QMdiSubWindow* active = m_mdiArea->activeSubWindow();
+    if (!active || !active->widget() || active->widget()->objectName() != u"frmView")
+        return;
+    auto* list = active->widget()->findChild<QTreeWidget*>(QStringLiteral("ListView1"));
+    if (!list)
+        return;
+    QString text;
+    for (int row = 0; row < list->topLevelItemCount(); ++row) {
+        const QTreeWidgetItem* line = list->topLevelItem(row);
+        if (!line->isSelected())
+            continue;
+        QStringList cells;
+        for (int column = 0; column <= 5; ++column)
+            cells.append(line->text(column));
+        text += cells.join(u',') + QStringLiteral("\r\n");
+    }
+    if (!text.isEmpty())
+        m_context.clipboard->setText(text);
+}
+
+} // namespace app
