@@ -4,6 +4,7 @@
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
+#include "toolbaricons.h"
 #include "version.h"
 
 #include <QAction>
@@ -15,7 +16,6 @@
 #include <QMenuBar>
 #include <QSettings>
 #include <QStatusBar>
-#include <QStyle>
 #include <QTimer>
 #include <QToolBar>
 #include <QTreeWidget>
@@ -207,37 +207,36 @@ void frmMain::buildToolbar()
     Toolbar1 = addToolBar(QStringLiteral("Toolbar1"));
     Toolbar1->setObjectName(QStringLiteral("Toolbar1"));
     Toolbar1->setMovable(false);
-    QStyle* look = style();
 
     struct Button
     {
         const char* tooltip; // null: a separator
-        QStyle::StandardPixmap icon;
+        ToolbarIcon icon;
     };
 
     // Positions count from 1, separators included, as the click handler dispatches on them.
     const Button buttons[] = {
         {nullptr, {}},
-        {"New Security", QStyle::SP_FileIcon},
-        {"Open Security", QStyle::SP_DialogOpenButton},
+        {"New Security", ToolbarIcon::NewSecurity},
+        {"Open Security", ToolbarIcon::OpenSecurity},
         {nullptr, {}},
-        {"Find Security", QStyle::SP_FileDialogContentsView},
-        {"Test Report", QStyle::SP_FileDialogDetailedView},
+        {"Find Security", ToolbarIcon::FindSecurity},
+        {"Test Report", ToolbarIcon::TestReport},
         {nullptr, {}},
-        {"Download Quotes", QStyle::SP_ArrowDown},
+        {"Download Quotes", ToolbarIcon::Download},
         {nullptr, {}},
-        {"Convert", QStyle::SP_BrowserReload},
-        {"Symbol Lookup", QStyle::SP_FileDialogInfoView},
+        {"Convert", ToolbarIcon::Convert},
+        {"Symbol Lookup", ToolbarIcon::SymbolLookup},
         {nullptr, {}},
-        {"Settings", QStyle::SP_ComputerIcon},
+        {"Settings", ToolbarIcon::Settings},
         {nullptr, {}},
-        {"", QStyle::SP_DialogHelpButton},
+        {"", ToolbarIcon::Help},
         {nullptr, {}},
-        {"Copy to Clipboard", QStyle::SP_DialogSaveButton},
+        {"Copy to Clipboard", ToolbarIcon::Copy},
     };
     for (const Button& button : buttons) {
         QAction* action =
-            button.tooltip ? Toolbar1->addAction(look->standardIcon(button.icon), QString()) : Toolbar1->addSeparator();
+            button.tooltip ? Toolbar1->addAction(toolbarIcon(button.icon), QString()) : Toolbar1->addSeparator();
         if (button.tooltip)
             action->setToolTip(QLatin1String(button.tooltip));
         const int index = int(m_toolbarButtons.size()) + 1;

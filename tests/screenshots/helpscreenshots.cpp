@@ -1,0 +1,51 @@
+// Renders the windows the user manual shows into PNG files, offscreen, from a scratch program folder.
+// Usage: help-screenshots OUTPUT_FOLDER
+
+#include "frmmain.h"
+#include "testcontext.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QMdiArea>
+#include <QWidget>
+
+#include <cstdio>
+
+namespace {
+
+bool save(QWidget& window, const QString& folder, const char* name)
+{
+    window.show();
+    QApplication::processEvents();
+    const QString path = QDir(folder).filePath(QLatin1String(name) + QStringLiteral(".png"));
+    if (!window.grab().save(path)) {
+        std::fprintf(stderr, "help-screenshots: cannot write %s\n", qPrintable(path));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    if (argc != 2) {
+        std::fprintf(stderr, "Usage: help-screenshots OUTPUT_FOLDER\n");
+        return 2;
+    }
+    const QString folder = QString::fromLocal8Bit(argv[1]);
+    QDir().mkpath(folder);
+
+    testing_support::TestContext context;
+    app::frmMain main(context);
+    main.resize(900, 560);
+    context->addRecent({QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), QStringLiteral("BHP Group")});
+    main.panelText->setText(QStringLiteral("Ready."));
+    bool ok = save(main, folder, "main");
+    return ok ? 0 : 1;
+}
