@@ -18,7 +18,7 @@ std::vector<CatalogueEntry> parseCatalogue(const QString& text)
 {
     std::vector<CatalogueEntry> entries;
     QString exchange;
-    QSet<QString> symbolsOfExchange;
+    QSet<QString> listed; // exchange and symbol of every entry so far
     const QStringList lines = text.split(u'\n');
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const qsizetype number = i + 1;
@@ -29,7 +29,6 @@ std::vector<CatalogueEntry> parseCatalogue(const QString& text)
             if (!line.endsWith(u']') || line.size() < 3)
                 fail(number, QStringLiteral("an exchange heading is written as [Exchange name]"));
             exchange = line.mid(1, line.size() - 2).trimmed();
-            symbolsOfExchange.clear();
             continue;
         }
         if (exchange.isEmpty())
@@ -43,9 +42,10 @@ std::vector<CatalogueEntry> parseCatalogue(const QString& text)
             fail(number, QStringLiteral("the symbol and the name must both be given"));
         if (symbol.contains(u' ') || symbol.contains(u'\t'))
             fail(number, QStringLiteral("the symbol \"%1\" holds a blank").arg(symbol));
-        if (symbolsOfExchange.contains(symbol))
+        const QString key = exchange + u'\n' + symbol;
+        if (listed.contains(key))
             fail(number, QStringLiteral("%1 is listed twice under %2").arg(symbol, exchange));
-        symbolsOfExchange.insert(symbol);
+        listed.insert(key);
         entries.push_back({security, symbol, exchange});
     }
     return entries;
