@@ -44,8 +44,6 @@ public:
 
     qsizetype recordCount() const { return m_rows.size(); }
 
-    qsizetype fieldCount() const { return m_names.size(); }
-
     QStringList fieldNames() const { return m_names; }
 
     // Fields of the current row, by position (from 0) or by column name (any case). Throws at eof.

@@ -71,7 +71,8 @@ TEST_F(SymbolsTest, BuiltDatabaseIsEncryptedAndHoldsTheCatalogueAndOneSettingsRo
 TEST_F(SymbolsTest, WrongEmptyOrMissingPasswordFailsAtOpen)
 {
     EXPECT_EQ(openError(file(), symbols::kConnect), QString());
-    EXPECT_EQ(openError(file(), QStringLiteral(";pwd=307harbor307")), QStringLiteral("file is encrypted or is not a database"));
+    EXPECT_EQ(openError(file(), QStringLiteral(";pwd=307harbor307")),
+              QStringLiteral("file is encrypted or is not a database"));
     EXPECT_FALSE(openError(file(), QStringLiteral(";pwd=")).isEmpty());
     EXPECT_FALSE(openError(file(), QString()).isEmpty());
 }
@@ -132,49 +133,6 @@ TEST_F(SymbolsTest, ExchangeHoldingAQuoteBreaksTheStatementWithTheEnginesText)
     }
 }
 
-TEST_F(SymbolsTest, RowsAddedThroughAQueryGoToItsTableAndOnlyTablesCanBeEdited)
-{
-    Database database(file(), symbols::kConnect);
-    symbols::Recordset rows = database.query(symbols::sql::kAddNew);
-    const auto before = rows.recordCount();
-    rows.addNew();
-    rows.setField(2, QStringLiteral("XETRA"));
-    rows.update();
-    EXPECT_EQ(database.query(symbols::sql::kAddNew).recordCount(), before + 1);
-    EXPECT_THROW(rows.edit(), DatabaseError);
-    EXPECT_THROW(rows.update(), DatabaseError) << "update without addNew or edit";
-    EXPECT_THROW(database.openTable(QStringLiteral("settings")).field(QStringLiteral("s3")), DatabaseError);
-    database.close();
-    EXPECT_THROW(rows.addNew(), DatabaseError) << "a closed database takes no more rows";
-}
-
-struct ExchangeCase
-{
-    const char* name;
-    QStringList rowExchanges;
-    QStringList expected;
-};
-
-class ExchangeChangesTest : public ::testing::TestWithParam<ExchangeCase>
-{};
-
-TEST_P(ExchangeChangesTest, AnExchangeIsListedEachTimeItDiffersFromThePreviousRow)
-{
-    std::vector<CatalogueEntry> rows;
-    for (const QString& exchange : GetParam().rowExchanges)
-        rows.push_back({QStringLiteral("name"), QStringLiteral("SYM"), exchange});
-    EXPECT_EQ(symbols::exchangeChanges(rows), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows,
-    ExchangeChangesTest,
-    ::testing::Values(ExchangeCase{"none", {}, {}},
-                      ExchangeCase{"runs", {"ASX", "ASX", "NYSE", "XETRA", "XETRA"}, {"ASX", "NYSE", "XETRA"}},
-                      ExchangeCase{"interleavedCase", {"NSE", "nse", "NSE", "NSE"}, {"NSE", "nse", "NSE"}},
-                      ExchangeCase{"blankExchange", {"", "", "LSE"}, {"", "LSE"}}),
-    [](const auto& test) { return std::string(test.param.name); });
-
 struct BadCatalogue
 {
     const char* name;
@@ -203,11 +161,8 @@ INSTANTIATE_TEST_SUITE_P(
                      "# c\nIBM | IBM",
                      "line 2: a security comes before the first [Exchange name] heading"},
         BadCatalogue{"noBar", "[NYSE]\nIBM IBM", "line 2: expected \"SYMBOL | Security name\""},
-        BadCatalogue{"twoBars", "[NYSE]\nIBM | I | B", "line 2: expected \"SYMBOL | Security name\""},
-        BadCatalogue{"emptyName", "[NYSE]\nIBM |  ", "line 2: the symbol and the name must both be given"},
         BadCatalogue{"blankInSymbol", "[NYSE]\nBRK B | Berkshire", "line 2: the symbol \"BRK B\" holds a blank"},
-        BadCatalogue{"twice", "[NYSE]\nIBM | A\n\n[NYSE]\nIBM | B\nIBM | C", "line 5: IBM is listed twice under NYSE"},
-        BadCatalogue{"badHeading", "[NYSE", "line 1: an exchange heading is written as [Exchange name]"}),
+        BadCatalogue{"twice", "[NYSE]\nIBM | A\n\n[NYSE]\nIBM | B\nIBM | C", "line 5: IBM is listed twice under NYSE"}),
     [](const auto& test) { return std::string(test.param.name); });
 
 } // namespace

@@ -119,6 +119,8 @@ TEST_F(LookupTest, AnExchangeShowsItsRowsByNameAndAllShowsEverythingAgain)
     auto* Combo1 = control<QComboBox>(lookup, "Combo1");
     auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
     const QStringList everything = column(ListView1, 1);
+    QTest::keyClicks(Combo1, QStringLiteral("X"));
+    EXPECT_EQ(Combo1->currentIndex(), 0) << "typing does not pick an exchange";
 
     choose(Combo1, QStringLiteral("XETRA"));
     const QStringList exchanges = column(ListView1, 2);
@@ -339,11 +341,12 @@ TEST_P(BrokenDatabaseTest, WindowsShowTheEnginesTextAndKeepRunning)
     EXPECT_EQ(QFile::exists(file()), !GetParam().content.isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Files,
-                         BrokenDatabaseTest,
-                         ::testing::Values(BrokenFile{"missing", {}, "unable to open database file"},
-                                           BrokenFile{"damaged", QByteArray(8192, '\x5a'), "file is encrypted or is not a database"}),
-                         [](const auto& test) { return std::string(test.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Files,
+    BrokenDatabaseTest,
+    ::testing::Values(BrokenFile{"missing", {}, "unable to open database file"},
+                      BrokenFile{"damaged", QByteArray(8192, '\x5a'), "file is encrypted or is not a database"}),
+    [](const auto& test) { return std::string(test.param.name); });
 
 struct ChartCase
 {
