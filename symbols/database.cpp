@@ -77,13 +77,11 @@ public:
         case QMetaType::Float:
             rc = sqlite3_bind_double(m_statement, index, value.toDouble());
             break;
-        default:
-            if (value.isNull()) {
-                rc = sqlite3_bind_null(m_statement, index);
-            } else {
-                const QByteArray text = value.toString().toUtf8();
-                rc = sqlite3_bind_text(m_statement, index, text.constData(), int(text.size()), SQLITE_TRANSIENT);
-            }
+        default: {
+            // Text, also empty text: a field set to "" holds "", not null.
+            const QByteArray text = value.toString().toUtf8();
+            rc = sqlite3_bind_text(m_statement, index, text.constData(), int(text.size()), SQLITE_TRANSIENT);
+        }
         }
         if (rc != SQLITE_OK)
             throw DatabaseError(engineError(m_db));

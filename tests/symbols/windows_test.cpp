@@ -272,6 +272,9 @@ TEST_F(LookupTest, AddingWithOnlyTheExchangeStoresABlankEntryThatTheLookupShowsA
     ASSERT_EQ(blank.size(), 1);
     EXPECT_EQ(blank.first()->text(1), QString());
     EXPECT_EQ(blank.first()->text(2), QStringLiteral("XETRA"));
+    symbols::Database database(file(), symbols::kConnect);
+    EXPECT_EQ(database.query(QStringLiteral("select * from symbols where security='' and symbol=''")).recordCount(), 1)
+        << "empty fields are stored as empty text";
 }
 
 TEST_F(SymbolsTest, AddNewStoresTrimmedUpperCaseEntriesAndAsksForFieldsWhenAllAreEmpty)
