@@ -48,7 +48,8 @@ frmLookup::frmLookup(app::AppContext& context, QWidget* parent)
     ListView1->setHeaderLabels({QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Exchange")});
     ListView1->setRootIsDecorated(false);
     ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 260);
+    ListView1->header()->resizeSection(0, 280);
+    ListView1->header()->resizeSection(1, 110);
     Text1->setReadOnly(true);
 
     auto* top = new QHBoxLayout;
@@ -70,7 +71,7 @@ frmLookup::frmLookup(app::AppContext& context, QWidget* parent)
     layout->addWidget(frame, 1);
     layout->addLayout(selected);
     layout->addLayout(buttons);
-    resize(560, 440);
+    resize(680, 460);
 
     connect(Combo1, &QComboBox::currentIndexChanged, this, [this] { Combo1_Click(); });
     connect(ListView1, &QTreeWidget::itemClicked, this, [this] { ListView1_Click(); });
