@@ -203,10 +203,15 @@ void Recordset::edit()
     m_pending = Pending::Edit;
 }
 
-void Recordset::setField(qsizetype position, const QVariant& value)
+void Recordset::requirePending() const
 {
     if (m_pending == Pending::None)
         throw DatabaseError(QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
+}
+
+void Recordset::setField(qsizetype position, const QVariant& value)
+{
+    requirePending();
     if (position < 0 || position >= m_names.size())
         throw DatabaseError(QStringLiteral("Item not found in this collection: field %1.").arg(position));
     m_buffer[position] = value;
@@ -221,6 +226,7 @@ void Recordset::setField(const QString& name, const QVariant& value)
 void Recordset::update()
 {
     sqlite3* db = m_connection->handle();
+    requirePending();
     QStringList columns;
     QVariantList values;
     for (qsizetype i = 0; i < m_names.size(); ++i) {
@@ -233,7 +239,7 @@ void Recordset::update()
     QString sql;
     switch (m_pending) {
     case Pending::None:
-        throw DatabaseError(QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
+        return; // ruled out above
     case Pending::Add:
         if (columns.isEmpty()) {
             sql = QStringLiteral("insert into %1 default values").arg(quoted(m_table));

@@ -73,6 +73,7 @@ private:
     };
 
     qsizetype positionOf(const QString& name) const;
+    void requirePending() const;
     const QVariantList& currentRow() const;
 
     std::shared_ptr<Connection> m_connection;

@@ -133,6 +133,18 @@ TEST_F(SymbolsTest, ExchangeHoldingAQuoteBreaksTheStatementWithTheEnginesText)
     }
 }
 
+TEST_F(SymbolsTest, MisusedRecordsetsFailWithAClearErrorInsteadOfCrashing)
+{
+    Database database(file(), symbols::kConnect);
+    symbols::Recordset settings = database.openTable(symbols::sql::kSettingsTable);
+    EXPECT_THROW(settings.update(), DatabaseError) << "update without addNew or edit";
+    EXPECT_THROW(settings.field(QStringLiteral("s3")), DatabaseError);
+    symbols::Recordset rows = database.query(symbols::sql::kAddNew);
+    EXPECT_THROW(rows.edit(), DatabaseError) << "a query knows no row to edit";
+    database.close();
+    EXPECT_THROW(settings.addNew(), DatabaseError) << "the database is closed";
+}
+
 struct BadCatalogue
 {
     const char* name;
