@@ -76,15 +76,19 @@ void frmAddNew::Form_Load()
 
 bool frmAddNew::eventFilter(QObject* watched, QEvent* event)
 {
-    // Text2_KeyPress: every typed character goes in as upper case.
-    if (watched == Text2 && event->type() == QEvent::KeyPress) {
-        const QString typed = static_cast<QKeyEvent*>(event)->text();
-        if (!typed.isEmpty() && typed != typed.toUpper() && typed.at(0).isPrint()) {
-            Text2->insert(typed.toUpper());
-            return true;
-        }
-    }
+    if (watched == Text2 && event->type() == QEvent::KeyPress)
+        return Text2_KeyPress(*static_cast<QKeyEvent*>(event));
     return QDialog::eventFilter(watched, event);
+}
+
+bool frmAddNew::Text2_KeyPress(const QKeyEvent& key)
+{
+    // Every typed character goes in as upper case.
+    const QString typed = key.text();
+    if (typed.isEmpty() || typed == typed.toUpper() || !typed.at(0).isPrint())
+        return false;
+    Text2->insert(typed.toUpper());
+    return true;
 }
 
 void frmAddNew::Command1_Click()

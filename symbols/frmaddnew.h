@@ -12,6 +12,7 @@
 #include <optional>
 
 class QComboBox;
+class QKeyEvent;
 class QLineEdit;
 class QPushButton;
 
@@ -46,6 +47,7 @@ protected:
 private:
     void Form_Load();
     void Form_Unload();
+    bool Text2_KeyPress(const QKeyEvent& key); // true: the key is handled here
     void Command1_Click();
     void Command2_Click();
 

@@ -150,10 +150,15 @@ void frmLookup::fillList(const std::vector<CatalogueEntry>& entries)
 
 bool frmLookup::eventFilter(QObject* watched, QEvent* event)
 {
-    // Combo1_KeyPress: typed characters are ignored, so typing never jumps to another exchange.
     if (watched == Combo1 && event->type() == QEvent::KeyPress)
-        return !static_cast<QKeyEvent*>(event)->text().trimmed().isEmpty();
+        return Combo1_KeyPress(*static_cast<QKeyEvent*>(event));
     return QDialog::eventFilter(watched, event);
+}
+
+bool frmLookup::Combo1_KeyPress(const QKeyEvent& key)
+{
+    // Typed characters are ignored, so typing never jumps to another exchange; arrow keys still move.
+    return !key.text().trimmed().isEmpty();
 }
 
 void frmLookup::ListView1_Click()

@@ -20,6 +20,7 @@
 #include <vector>
 
 class QComboBox;
+class QKeyEvent;
 class QLineEdit;
 class QPushButton;
 class QTreeWidget;
@@ -62,6 +63,7 @@ protected:
 private:
     void Form_Load();
     void Combo1_Click();
+    bool Combo1_KeyPress(const QKeyEvent& key); // true: the key is swallowed
     void ListView1_Click();
     void ListView1_DblClick();
     void Command1_Click();
