@@ -1,0 +1,148 @@
+#include "frmaddnew.h"
+
+#include "core/appcontext.h"
+#include "frmlookup.h"
+#include "symbolsdb.h"
+#include "windowhelpers.h"
+
+#include <QComboBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace symbols {
+
+frmAddNew::frmAddNew(app::AppContext& context, frmLookup* lookup, QWidget* parent)
+    : QDialog(parent)
+    , Text1(new QLineEdit(this))
+    , Text2(new QLineEdit(this))
+    , Combo1(new QComboBox(this))
+    , Command1(new QPushButton(QStringLiteral("&Add"), this))
+    , Command2(new QPushButton(QStringLiteral("&Close"), this))
+    , m_context(context)
+    , m_lookup(lookup)
+{
+    setObjectName(QStringLiteral("frmAddNew"));
+    setWindowTitle(QStringLiteral("Add New Security"));
+    Text1->setObjectName(QStringLiteral("Text1"));
+    Text2->setObjectName(QStringLiteral("Text2"));
+    Combo1->setObjectName(QStringLiteral("Combo1"));
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command2->setObjectName(QStringLiteral("Command2"));
+
+    Combo1->setEditable(true);
+    Combo1->setInsertPolicy(QComboBox::NoInsert);
+    Text2->installEventFilter(this);
+
+    auto* fields = new QFormLayout;
+    fields->addRow(QStringLiteral("Security Name"), Text1);
+    fields->addRow(QStringLiteral("Symbol"), Text2);
+    fields->addRow(QStringLiteral("Exchange"), Combo1);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(Command1);
+    buttons->addWidget(Command2);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(fields);
+    layout->addLayout(buttons);
+    resize(420, 160);
+
+    connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
+    connect(Command2, &QPushButton::clicked, this, [this] { Command2_Click(); });
+
+    Form_Load();
+}
+
+frmAddNew::~frmAddNew() = default;
+
+void frmAddNew::Form_Load()
+{
+    centreOnScreen(*this);
+    try {
+        m_database = openDatabase(m_context);
+        m_recordset = m_database->query(sql::kAddNew);
+        Combo1->addItems(exchangeChanges(readEntries(*m_recordset)));
+        Combo1->setCurrentIndex(-1);
+    } catch (const DatabaseError& error) {
+        m_recordset.reset();
+        m_database.reset();
+        m_openError = error.text();
+        showDatabaseError(m_context, this, m_openError);
+    }
+}
+
+bool frmAddNew::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == Text2 && event->type() == QEvent::KeyPress)
+        return Text2_KeyPress(*static_cast<QKeyEvent*>(event));
+    return QDialog::eventFilter(watched, event);
+}
+
+bool frmAddNew::Text2_KeyPress(const QKeyEvent& key)
+{
+    // Every typed character goes in as upper case.
+    const QString typed = key.text();
+    if (typed.isEmpty() || typed == typed.toUpper() || !typed.at(0).isPrint())
+        return false;
+    Text2->insert(typed.toUpper());
+    return true;
+}
+
+void frmAddNew::Command1_Click()
+{
+    const QString name = Text1->text().trimmed();
+    const QString symbol = Text2->text().trimmed();
+    const QString exchange = Combo1->currentText().trimmed();
+    if (name.isEmpty() && symbol.isEmpty() && exchange.isEmpty()) {
+        m_context.prompter->information(this, QStringLiteral("Ticksmith"), QStringLiteral("Fill all fields."));
+        return;
+    }
+    if (!m_recordset) {
+        showDatabaseError(m_context, this, m_openError);
+        return;
+    }
+    try {
+        m_recordset->addNew();
+        m_recordset->setField(0, name);
+        m_recordset->setField(1, symbol);
+        m_recordset->setField(2, exchange);
+        m_recordset->update();
+    } catch (const DatabaseError& error) {
+        showDatabaseError(m_context, this, error.text());
+        return;
+    }
+    Text1->clear();
+    Text2->clear();
+    Text1->setFocus();
+}
+
+void frmAddNew::Command2_Click()
+{
+    reject();
+}
+
+void frmAddNew::done(int result)
+{
+    QDialog::done(result);
+    Form_Unload();
+}
+
+void frmAddNew::Form_Unload()
+{
+    if (m_unloaded)
+        return;
+    m_unloaded = true;
+    if (m_recordset)
+        m_recordset->close();
+    m_recordset.reset();
+    if (m_database)
+        m_database->close();
+    m_database.reset();
+    if (m_lookup)
+        m_lookup->frmlookupload();
+}
+
+} // namespace symbols

@@ -1,0 +1,66 @@
+#include "frmplace.h"
+
+#include "placehelper.h"
+#include "windowhelpers.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace symbols {
+
+namespace {
+
+// The kind of chart PlaceHelper is asked for: the intraday chart.
+constexpr qint32 kIntradayChart = 16;
+
+} // namespace
+
+frmPlace::frmPlace(app::AppContext& context, QWidget* parent)
+    : QDialog(parent)
+    , Combo1(new QComboBox(this))
+    , Command1(new QPushButton(QStringLiteral("OK"), this))
+    , Command2(new QPushButton(QStringLiteral("Cancel"), this))
+    , m_context(context)
+{
+    setObjectName(QStringLiteral("frmPlace"));
+    setWindowTitle(QStringLiteral("Select Market Place"));
+    Combo1->setObjectName(QStringLiteral("Combo1"));
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command2->setObjectName(QStringLiteral("Command2"));
+    Combo1->addItem(QStringLiteral("India"));
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(Command1);
+    buttons->addWidget(Command2);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(Combo1);
+    layout->addLayout(buttons);
+    resize(300, 100);
+
+    connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
+    connect(Command2, &QPushButton::clicked, this, [this] { Command2_Click(); });
+    Form_Load();
+}
+
+void frmPlace::Form_Load()
+{
+    centreOnScreen(*this);
+}
+
+void frmPlace::Command1_Click()
+{
+    // The chosen market is not passed on: there is one, and the chart page is found by symbol alone.
+    PlaceHelper helper(m_context);
+    helper.ShowChart(symbol, kIntradayChart);
+    accept();
+}
+
+void frmPlace::Command2_Click()
+{
+    reject();
+}
+
+} // namespace symbols

@@ -1,0 +1,158 @@
+#include "catalogue.h"
+#include "symbolsfixture.h"
+
+#include <QFile>
+#include <QSet>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using symbols::CatalogueEntry;
+using symbols::Database;
+using symbols::DatabaseError;
+
+std::vector<CatalogueEntry> shippedCatalogue()
+{
+    QFile catalogue(QStringLiteral(TICKSMITH_CATALOGUE));
+    EXPECT_TRUE(catalogue.open(QIODevice::ReadOnly));
+    return symbols::parseCatalogue(QString::fromUtf8(catalogue.readAll()));
+}
+
+// The engine's message for a failed open, or empty text when it opened.
+QString openError(const QString& file, const QString& connect)
+{
+    try {
+        Database database(file, connect);
+        return {};
+    } catch (const DatabaseError& error) {
+        return error.text();
+    }
+}
+
+TEST(ConnectTextTest, PasswordIsTheTextAfterPwdUpToTheNextSemicolon)
+{
+    EXPECT_EQ(symbols::passwordFromConnect(symbols::kConnect), QStringLiteral("307HARBOR307"));
+    EXPECT_EQ(symbols::passwordFromConnect(QStringLiteral("ODBC;PWD=abc;uid=x")), QStringLiteral("abc"));
+    EXPECT_EQ(symbols::passwordFromConnect(QStringLiteral(";pwd=")), QString());
+    EXPECT_EQ(symbols::passwordFromConnect(QStringLiteral(";uid=pwd")), QString());
+}
+
+TEST_F(SymbolsTest, BuiltDatabaseIsEncryptedAndHoldsTheCatalogueAndOneSettingsRow)
+{
+    QFile raw(file());
+    ASSERT_TRUE(raw.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(raw.read(16).startsWith("SQLite format 3")) << "the file must not be readable without the password";
+
+    const auto catalogue = shippedCatalogue();
+    Database database(file(), symbols::kConnect);
+    symbols::Recordset rows = database.query(QStringLiteral("select * from symbols"));
+    EXPECT_EQ(rows.fieldNames(), (QStringList{"security", "symbol", "exchange"}));
+    const auto stored = symbols::readEntries(rows);
+    ASSERT_EQ(stored.size(), catalogue.size());
+    EXPECT_GE(stored.size(), 400u);
+    QSet<QString> exchanges;
+    QSet<QString> symbolsStored;
+    for (const auto& entry : stored) {
+        exchanges.insert(entry.exchange);
+        symbolsStored.insert(entry.symbol);
+    }
+    EXPECT_GE(exchanges.size(), 8);
+    for (const char* symbol : {"IBM", "RELIANCE.NS", "VOD.L", "BHP.AX", "SHOP.TO", "SAP.DE", "7203.T", "^GSPC"})
+        EXPECT_TRUE(symbolsStored.contains(QString::fromLatin1(symbol))) << symbol;
+
+    EXPECT_EQ(database.openTable(QStringLiteral("sys")).recordCount(), 0);
+    symbols::Recordset settings = database.openTable(QStringLiteral("settings"));
+    ASSERT_EQ(settings.recordCount(), 1);
+    EXPECT_EQ(settings.field(QStringLiteral("s1")).toInt(), 0);
+    EXPECT_EQ(settings.field(QStringLiteral("s2")).toInt(), 1);
+}
+
+TEST_F(SymbolsTest, WrongEmptyOrMissingPasswordFailsAtOpen)
+{
+    EXPECT_EQ(openError(file(), symbols::kConnect), QString());
+    EXPECT_EQ(openError(file(), QStringLiteral(";pwd=307harbor307")),
+              QStringLiteral("file is encrypted or is not a database"));
+    EXPECT_FALSE(openError(file(), QStringLiteral(";pwd=")).isEmpty());
+    EXPECT_FALSE(openError(file(), QString()).isEmpty());
+}
+
+TEST_F(SymbolsTest, OptionsAreReadAndWrittenInTheSingleSettingsRow)
+{
+    EXPECT_EQ(symbols::readOptions(context).s1, 0);
+    EXPECT_EQ(symbols::readOptions(context).s2, 1);
+    symbols::writeOptions(context, {1, 4});
+    const symbols::Options options = symbols::readOptions(context);
+    EXPECT_EQ(options.s1, 1);
+    EXPECT_EQ(options.s2, 4);
+
+    // Without its row the table is not repaired: the caller gets the failure.
+    run({QStringLiteral("delete from settings")});
+    EXPECT_THROW(symbols::writeOptions(context, {0, 1}), DatabaseError);
+    EXPECT_THROW(symbols::readOptions(context), DatabaseError);
+    Database database(file(), symbols::kConnect);
+    EXPECT_EQ(database.openTable(QStringLiteral("settings")).recordCount(), 0);
+}
+
+TEST_F(SymbolsTest, SysIsRewrittenInOrderWithTrimmedEntriesAndCanBeEmptied)
+{
+    symbols::writeSys(context,
+                      {QStringLiteral("  /data/us "), QStringLiteral("/data/india"), QStringLiteral("/data/us")});
+    EXPECT_EQ(symbols::readSys(context), (QStringList{"/data/us", "/data/india", "/data/us"}));
+    symbols::writeSys(context, {QStringLiteral("/data/uk")});
+    EXPECT_EQ(symbols::readSys(context), QStringList{"/data/uk"});
+    symbols::writeSys(context, {});
+    EXPECT_TRUE(symbols::readSys(context).isEmpty());
+}
+
+TEST(StatementTest, TheExchangeGoesInAsItStandsAfterTwoBlanks)
+{
+    EXPECT_EQ(symbols::sql::lookupExchange(QStringLiteral("Hang Seng's")),
+              QStringLiteral("select * from symbols  where exchange='Hang Seng's' order by security"));
+}
+
+TEST_F(SymbolsTest, MisusedRecordsetsFailWithAClearErrorInsteadOfCrashing)
+{
+    Database database(file(), symbols::kConnect);
+    symbols::Recordset settings = database.openTable(symbols::sql::kSettingsTable);
+    EXPECT_THROW(settings.update(), DatabaseError) << "update without addNew or edit";
+    EXPECT_THROW(settings.field(QStringLiteral("s3")), DatabaseError);
+    symbols::Recordset rows = database.query(symbols::sql::kAddNew);
+    EXPECT_THROW(rows.edit(), DatabaseError) << "a query knows no row to edit";
+    database.close();
+    EXPECT_THROW(settings.addNew(), DatabaseError) << "the database is closed";
+}
+
+struct BadCatalogue
+{
+    const char* name;
+    const char* text;
+    const char* error;
+};
+
+class CatalogueErrorTest : public ::testing::TestWithParam<BadCatalogue>
+{};
+
+TEST_P(CatalogueErrorTest, NamesTheLineAndTheFault)
+{
+    try {
+        symbols::parseCatalogue(QString::fromUtf8(GetParam().text));
+        FAIL() << "accepted";
+    } catch (const symbols::CatalogueError& error) {
+        EXPECT_STREQ(error.what(), GetParam().error);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines,
+    CatalogueErrorTest,
+    ::testing::Values(
+        BadCatalogue{"beforeHeading",
+                     "# c\nIBM | IBM",
+                     "line 2: a security comes before the first [Exchange name] heading"},
+        BadCatalogue{"noBar", "[NYSE]\nIBM IBM", "line 2: expected \"SYMBOL | Security name\""},
+        BadCatalogue{"blankInSymbol", "[NYSE]\nBRK B | Berkshire", "line 2: the symbol \"BRK B\" holds a blank"},
+        BadCatalogue{"twice", "[NYSE]\nIBM | A\n\n[NYSE]\nIBM | B\nIBM | C", "line 5: IBM is listed twice under NYSE"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+} // namespace

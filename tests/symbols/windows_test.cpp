@@ -1,0 +1,428 @@
+#include "frmaddnew.h"
+#include "frmlookup.h"
+#include "frmplace.h"
+#include "placehelper.h"
+#include "symbolsfixture.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QTest>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using symbols::frmAddNew;
+using symbols::frmLookup;
+using testing_support::Prompt;
+
+template<class T>
+T* control(QWidget& window, const char* name)
+{
+    T* found = window.findChild<T*>(QString::fromLatin1(name));
+    if (!found)
+        ADD_FAILURE() << "no control " << name << " in " << window.objectName().toStdString();
+    return found;
+}
+
+QStringList items(QComboBox* box)
+{
+    QStringList texts;
+    for (int i = 0; i < box->count(); ++i)
+        texts.append(box->itemText(i));
+    return texts;
+}
+
+QStringList column(QTreeWidget* list, int position)
+{
+    QStringList texts;
+    for (int i = 0; i < list->topLevelItemCount(); ++i)
+        texts.append(list->topLevelItem(i)->text(position));
+    return texts;
+}
+
+QTreeWidgetItem* rowWithSymbol(QTreeWidget* list, const QString& symbol)
+{
+    const auto found = list->findItems(symbol, Qt::MatchExactly, 1);
+    return found.isEmpty() ? nullptr : found.first();
+}
+
+void choose(QComboBox* box, const QString& text)
+{
+    const int index = box->findText(text);
+    ASSERT_GE(index, 0) << text.toStdString();
+    box->setCurrentIndex(index);
+}
+
+bool ordered(const QString& a, const QString& b)
+{
+    return a.compare(b, Qt::CaseInsensitive) <= 0;
+}
+
+class LookupTest : public SymbolsTest
+{
+protected:
+    void insert(const QString& security, const QString& symbol, const QString& exchange)
+    {
+        run({QStringLiteral("insert into symbols values ('%1', '%2', '%3')")
+                 .arg(QString(security).replace(u'\'', QLatin1String("''")), symbol, exchange)});
+    }
+};
+
+TEST_F(LookupTest, ListsTheCatalogueByExchangeWithEachExchangeOnceInAscendingOrder)
+{
+    frmLookup lookup(context);
+    EXPECT_EQ(lookup.windowTitle(), QStringLiteral("Symbol Lookup"));
+    auto* Combo1 = control<QComboBox>(lookup, "Combo1");
+    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+
+    const QStringList exchanges = items(Combo1);
+    ASSERT_GE(exchanges.size(), 9);
+    EXPECT_EQ(exchanges.first(), QStringLiteral("All"));
+    EXPECT_EQ(Combo1->currentIndex(), 0);
+    for (qsizetype i = 2; i < exchanges.size(); ++i)
+        EXPECT_LT(exchanges[i - 1].compare(exchanges[i], Qt::CaseInsensitive), 0) << exchanges[i].toStdString();
+
+    symbols::Database database(file(), symbols::kConnect);
+    ASSERT_EQ(ListView1->topLevelItemCount(), database.query(symbols::sql::kLookupLoad).recordCount());
+    const QStringList names = column(ListView1, 0);
+    const QStringList listed = column(ListView1, 2);
+    for (int i = 1; i < ListView1->topLevelItemCount(); ++i) {
+        ASSERT_TRUE(ordered(listed[i - 1], listed[i]));
+        if (listed[i - 1] == listed[i]) {
+            ASSERT_TRUE(ordered(names[i - 1], names[i])) << names[i].toStdString();
+        }
+    }
+    EXPECT_EQ(QSet<QString>(listed.begin(), listed.end()), QSet<QString>(exchanges.begin() + 1, exchanges.end()));
+}
+
+TEST_F(LookupTest, ASpellingThatInterleavesWithAnotherIsListedEachTimeItChanges)
+{
+    // The rows of both spellings sort together by name: "3M Co." (NYSE), "Aaa Test" (nyse), "AbbVie" (NYSE).
+    insert(QStringLiteral("Aaa Test"), QStringLiteral("AAAT"), QStringLiteral("nyse"));
+    frmLookup lookup(context);
+    QStringList spellings;
+    for (const QString& exchange : items(control<QComboBox>(lookup, "Combo1"))) {
+        if (exchange.compare(QLatin1String("NYSE"), Qt::CaseInsensitive) == 0)
+            spellings.append(exchange);
+    }
+    EXPECT_EQ(spellings, (QStringList{"NYSE", "nyse", "NYSE"}));
+}
+
+TEST_F(LookupTest, AnExchangeShowsItsRowsByNameAndAllShowsEverythingAgain)
+{
+    frmLookup lookup(context);
+    auto* Combo1 = control<QComboBox>(lookup, "Combo1");
+    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+    const QStringList everything = column(ListView1, 1);
+    QTest::keyClicks(Combo1, QStringLiteral("X"));
+    EXPECT_EQ(Combo1->currentIndex(), 0) << "typing does not pick an exchange";
+
+    choose(Combo1, QStringLiteral("XETRA"));
+    const QStringList exchanges = column(ListView1, 2);
+    EXPECT_GE(exchanges.size(), 20);
+    EXPECT_EQ(exchanges.count(QStringLiteral("XETRA")), exchanges.size());
+    const QStringList names = column(ListView1, 0);
+    for (qsizetype i = 1; i < names.size(); ++i)
+        EXPECT_TRUE(ordered(names[i - 1], names[i])) << names[i].toStdString();
+
+    choose(Combo1, QStringLiteral("All"));
+    EXPECT_EQ(column(ListView1, 1), everything);
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+}
+
+TEST_F(LookupTest, AnExchangeWithAQuoteShowsTheEnginesErrorAndTheWindowGoesOn)
+{
+    insert(QStringLiteral("Quoted Ltd."), QStringLiteral("QTD"), QStringLiteral("Hang Seng''s"));
+    frmLookup lookup(context);
+    auto* Combo1 = control<QComboBox>(lookup, "Combo1");
+    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+    const int rows = ListView1->topLevelItemCount();
+
+    choose(Combo1, QStringLiteral("Hang Seng's"));
+    ASSERT_EQ(context.prompter().prompts.size(), 1);
+    const Prompt& shown = context.prompter().prompts.first();
+    EXPECT_EQ(shown.icon, app::Prompter::Icon::Critical);
+    EXPECT_TRUE(shown.text.contains(QStringLiteral("syntax error"))
+                || shown.text.contains(QStringLiteral("unrecognized")))
+        << shown.text.toStdString();
+    EXPECT_EQ(ListView1->topLevelItemCount(), rows);
+
+    choose(Combo1, QStringLiteral("XETRA"));
+    EXPECT_LT(ListView1->topLevelItemCount(), rows);
+}
+
+class SingleChoiceTest
+    : public LookupTest
+    , public ::testing::WithParamInterface<bool>
+{};
+
+TEST_P(SingleChoiceTest, OkOrDoubleClickHandsBackTheTrimmedNameAndSymbol)
+{
+    insert(QStringLiteral("  Padded Corp  "), QStringLiteral(" PAD "), QStringLiteral("XETRA"));
+    frmLookup lookup(context);
+    lookup.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&lookup));
+    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+    choose(control<QComboBox>(lookup, "Combo1"), QStringLiteral("XETRA"));
+    QTreeWidgetItem* padded = rowWithSymbol(ListView1, QStringLiteral(" PAD "));
+    ASSERT_NE(padded, nullptr);
+    const QPoint at = ListView1->visualItemRect(padded).center();
+
+    QTest::mouseClick(ListView1->viewport(), Qt::LeftButton, {}, at);
+    EXPECT_EQ(control<QLineEdit>(lookup, "Text1")->text(), QStringLiteral("Padded Corp"));
+    if (GetParam())
+        QTest::mouseDClick(ListView1->viewport(), Qt::LeftButton, {}, at);
+    else
+        control<QPushButton>(lookup, "Command1")->click();
+
+    EXPECT_EQ(lookup.result(), int(QDialog::Accepted));
+    EXPECT_EQ(lookup.selectedSecurity(), QStringLiteral("Padded Corp"));
+    EXPECT_EQ(lookup.selectedSymbol(), QStringLiteral("PAD"));
+}
+
+INSTANTIATE_TEST_SUITE_P(ClickThen, SingleChoiceTest, ::testing::Values(false, true), [](const auto& test) {
+    return std::string(test.param ? "DoubleClick" : "Ok");
+});
+
+TEST_F(LookupTest, CloseNoSelectionOrAnEmptyListGiveAnEmptySecurity)
+{
+    {
+        frmLookup lookup(context);
+        control<QTreeWidget>(lookup, "ListView1")->topLevelItem(3)->setSelected(true);
+        control<QPushButton>(lookup, "Command3")->click();
+        EXPECT_EQ(lookup.result(), int(QDialog::Rejected));
+        EXPECT_EQ(lookup.selectedSecurity(), QString());
+    }
+    {
+        frmLookup lookup(context);
+        control<QPushButton>(lookup, "Command1")->click();
+        EXPECT_EQ(lookup.selectedSecurity(), QString());
+    }
+    run({QStringLiteral("delete from symbols")});
+    frmLookup lookup(context);
+    EXPECT_EQ(items(control<QComboBox>(lookup, "Combo1")), QStringList{"All"});
+    control<QPushButton>(lookup, "Command1")->click();
+    EXPECT_EQ(lookup.result(), int(QDialog::Accepted));
+    EXPECT_EQ(lookup.selectedSecurity(), QString());
+}
+
+TEST_F(LookupTest, MultipleChoiceFillsTheSharedListsInListOrder)
+{
+    insert(QStringLiteral(" Aaa Padded "), QStringLiteral(" AAP "), QStringLiteral("XETRA"));
+    auto& state = context->state;
+    state.lookupNames = QStringList{"stale"};
+    state.lookupSymbols = QStringList{"STALE"};
+    {
+        frmLookup lookup(context);
+        lookup.setMultipleChoice(true);
+        auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+        choose(control<QComboBox>(lookup, "Combo1"), QStringLiteral("XETRA"));
+        ListView1->topLevelItem(4)->setSelected(true);
+        ListView1->topLevelItem(0)->setSelected(true);
+        const QStringList names = column(ListView1, 0);
+        const QStringList symbolsListed = column(ListView1, 1);
+        control<QPushButton>(lookup, "Command1")->click();
+        EXPECT_EQ(state.lookupNames, (QStringList{"Aaa Padded", names[4]}));
+        EXPECT_EQ(state.lookupSymbols, (QStringList{"AAP", symbolsListed[4]}));
+        EXPECT_EQ(lookup.selectedSecurity(), QString());
+    }
+    const QStringList chosen = state.lookupNames;
+    {
+        frmLookup lookup(context);
+        lookup.setMultipleChoice(true);
+        control<QTreeWidget>(lookup, "ListView1")->topLevelItem(1)->setSelected(true);
+        control<QPushButton>(lookup, "Command3")->click();
+        EXPECT_EQ(state.lookupNames, chosen) << "Close keeps the last choice";
+    }
+    frmLookup lookup(context);
+    lookup.setMultipleChoice(true);
+    control<QPushButton>(lookup, "Command1")->click();
+    EXPECT_TRUE(state.lookupNames.isEmpty());
+    EXPECT_TRUE(state.lookupSymbols.isEmpty());
+}
+
+TEST_F(LookupTest, AddingWithOnlyTheExchangeStoresABlankEntryThatTheLookupShowsAtOnce)
+{
+    frmLookup lookup(context);
+    const QStringList exchanges = items(control<QComboBox>(lookup, "Combo1")).mid(1);
+    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+    const int rows = ListView1->topLevelItemCount();
+    QStringList offered;
+    context.modalDrivers.push_back([&](QDialog& dialog) {
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Add New Security"));
+        auto* Combo1 = control<QComboBox>(dialog, "Combo1");
+        offered = items(Combo1);
+        Combo1->setEditText(QStringLiteral("XETRA"));
+        control<QPushButton>(dialog, "Command1")->click();
+        control<QPushButton>(dialog, "Command2")->click();
+        return dialog.result();
+    });
+    control<QPushButton>(lookup, "Command2")->click();
+
+    EXPECT_EQ(context.modalsShown, QStringList{"frmAddNew"});
+    EXPECT_EQ(offered, exchanges);
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    ASSERT_EQ(ListView1->topLevelItemCount(), rows + 1);
+    const auto blank = ListView1->findItems(QString(), Qt::MatchExactly, 0);
+    ASSERT_EQ(blank.size(), 1);
+    EXPECT_EQ(blank.first()->text(1), QString());
+    EXPECT_EQ(blank.first()->text(2), QStringLiteral("XETRA"));
+    symbols::Database database(file(), symbols::kConnect);
+    EXPECT_EQ(database.query(QStringLiteral("select * from symbols where security='' and symbol=''")).recordCount(), 1)
+        << "empty fields are stored as empty text";
+}
+
+TEST_F(SymbolsTest, AddNewStoresTrimmedUpperCaseEntriesAndAsksForFieldsWhenAllAreEmpty)
+{
+    frmAddNew addNew(context, nullptr);
+    auto* Text1 = control<QLineEdit>(addNew, "Text1");
+    auto* Text2 = control<QLineEdit>(addNew, "Text2");
+    auto* Combo1 = control<QComboBox>(addNew, "Combo1");
+    auto* Command1 = control<QPushButton>(addNew, "Command1");
+
+    Command1->click();
+    ASSERT_EQ(context.prompter().prompts.size(), 1);
+    EXPECT_EQ(context.prompter().prompts[0].title, QStringLiteral("Ticksmith"));
+    EXPECT_EQ(context.prompter().prompts[0].text, QStringLiteral("Fill all fields."));
+    EXPECT_EQ(context.prompter().prompts[0].icon, app::Prompter::Icon::Information);
+
+    Text1->setText(QStringLiteral("  Mahindra & Mahindra  "));
+    QTest::keyClicks(Text2, QStringLiteral(" m&m.ns"));
+    EXPECT_EQ(Text2->text(), QStringLiteral(" M&M.NS"));
+    Combo1->setEditText(QStringLiteral(" National Stock Exchange of India "));
+    Command1->click();
+    EXPECT_EQ(Text1->text(), QString());
+    EXPECT_EQ(Text2->text(), QString());
+    EXPECT_EQ(Combo1->currentText(), QStringLiteral(" National Stock Exchange of India "));
+    EXPECT_EQ(context.prompter().prompts.size(), 1);
+    control<QPushButton>(addNew, "Command2")->click();
+
+    symbols::Database database(file(), symbols::kConnect);
+    symbols::Recordset rows =
+        database.query(QStringLiteral("select * from symbols where security='Mahindra & Mahindra' and symbol='M&M.NS' "
+                                      "and exchange='National Stock Exchange of India'"));
+    EXPECT_EQ(rows.recordCount(), 1);
+}
+
+struct BrokenFile
+{
+    const char* name;
+    QByteArray content; // empty: no file at all
+    const char* error;
+};
+
+class BrokenDatabaseTest
+    : public SymbolsTest
+    , public ::testing::WithParamInterface<BrokenFile>
+{};
+
+TEST_P(BrokenDatabaseTest, WindowsShowTheEnginesTextAndKeepRunning)
+{
+    QFile::remove(file());
+    if (!GetParam().content.isEmpty()) {
+        QFile damaged(file());
+        ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
+        damaged.write(GetParam().content);
+    }
+    const QString error = QString::fromLatin1(GetParam().error);
+    {
+        frmLookup lookup(context);
+        EXPECT_EQ(context.prompter().messages(), QStringList{error});
+        EXPECT_EQ(control<QComboBox>(lookup, "Combo1")->count(), 0);
+        control<QPushButton>(lookup, "Command1")->click();
+        EXPECT_EQ(lookup.selectedSecurity(), QString());
+    }
+    frmAddNew addNew(context, nullptr);
+    control<QLineEdit>(addNew, "Text1")->setText(QStringLiteral("Name"));
+    control<QPushButton>(addNew, "Command1")->click();
+    EXPECT_EQ(context.prompter().messages(), (QStringList{error, error, error}));
+    EXPECT_EQ(QFile::exists(file()), !GetParam().content.isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files,
+    BrokenDatabaseTest,
+    ::testing::Values(BrokenFile{"missing", {}, "unable to open database file"},
+                      BrokenFile{"damaged", QByteArray(8192, '\x5a'), "file is encrypted or is not a database"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+struct ChartCase
+{
+    const char* name;
+    const char* address; // nullptr: no setting at all
+    const char* symbol;
+    const char* url; // the page opened, or nullptr when the user is told why not
+    const char* message; // start of what the user is told
+};
+
+class PlaceHelperTest : public ::testing::TestWithParam<ChartCase>
+{};
+
+TEST_P(PlaceHelperTest, OpensTheConfiguredPageForTheSymbolOrSaysWhyNot)
+{
+    testing_support::TestContext context;
+    if (GetParam().address)
+        context->settings->setValue(symbols::kIntradayChartUrlKey, QString::fromLatin1(GetParam().address));
+    symbols::PlaceHelper helper(context);
+    const bool opened = helper.ShowChart(QString::fromLatin1(GetParam().symbol), 16);
+
+    EXPECT_EQ(opened, GetParam().url != nullptr);
+    if (GetParam().url) {
+        EXPECT_EQ(context.openedUrls, QList<QUrl>{QUrl(QString::fromLatin1(GetParam().url))});
+        EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    } else {
+        EXPECT_TRUE(context.openedUrls.isEmpty());
+        ASSERT_EQ(context.prompter().messages().size(), 1);
+        EXPECT_TRUE(context.prompter().messages()[0].startsWith(QString::fromLatin1(GetParam().message)))
+            << context.prompter().messages()[0].toStdString();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Settings,
+    PlaceHelperTest,
+    ::testing::Values(
+        ChartCase{"notSet", nullptr, "IBM", nullptr, "No intraday chart page is configured."},
+        ChartCase{"blank", "  ", "IBM", nullptr, "No intraday chart page is configured."},
+        ChartCase{"plain",
+                  "https://charts.example.net/intraday?s={symbol}",
+                  "IBM",
+                  "https://charts.example.net/intraday?s=IBM",
+                  nullptr},
+        ChartCase{"index",
+                  "http://charts.example.net/{symbol}/1d",
+                  "^GSPC",
+                  "http://charts.example.net/%5EGSPC/1d",
+                  nullptr},
+        ChartCase{"ampersand",
+                  "https://charts.example.net/q?s={symbol}&range=1d",
+                  "M&M.NS",
+                  "https://charts.example.net/q?s=M%26M.NS&range=1d",
+                  nullptr},
+        ChartCase{"notWeb", "ftp://charts.example.net/{symbol}", "IBM", nullptr, "The intraday chart address"},
+        ChartCase{"noSymbol", "https://charts.example.net/{symbol}", " ", nullptr, "There is no symbol"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(MarketPlaceTest, OkShowsTheSymbolsChartAndCancelShowsNothing)
+{
+    testing_support::TestContext context;
+    context->settings->setValue(symbols::kIntradayChartUrlKey, QStringLiteral("https://charts.example.net/{symbol}"));
+    {
+        symbols::frmPlace place(context);
+        EXPECT_EQ(place.windowTitle(), QStringLiteral("Select Market Place"));
+        EXPECT_EQ(items(control<QComboBox>(place, "Combo1")), QStringList{"India"});
+        place.symbol = QStringLiteral("RELIANCE.NS");
+        control<QPushButton>(place, "Command2")->click();
+        EXPECT_TRUE(context.openedUrls.isEmpty());
+        control<QPushButton>(place, "Command1")->click();
+        EXPECT_EQ(place.result(), int(QDialog::Accepted));
+    }
+    EXPECT_EQ(context.openedUrls, QList<QUrl>{QUrl(QStringLiteral("https://charts.example.net/RELIANCE.NS"))});
+}
+
+} // namespace
