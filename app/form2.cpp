@@ -1,23 +1,14 @@
 #include "form2.h"
 
+#include "core/windowhelpers.h"
 #include "version.h"
 
 #include <QLabel>
 #include <QProgressBar>
-#include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
 
 namespace app {
-
-void centreOnScreen(QWidget& window)
-{
-    const QScreen* screen = window.screen();
-    if (!screen)
-        return;
-    const QRect area = screen->geometry();
-    window.move(area.left() + (area.width() - window.width()) / 2, area.top() + (area.height() - window.height()) / 2);
-}
 
 Form2::Form2(std::function<void()> showMainWindow, QWidget* parent)
     : QWidget(parent, Qt::SplashScreen | Qt::FramelessWindowHint)

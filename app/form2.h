@@ -30,7 +30,4 @@ private:
     int m_ticks = 0;
 };
 
-// Places a window in the middle of the screen it is on.
-void centreOnScreen(QWidget& window);
-
 } // namespace app

@@ -1,7 +1,7 @@
 #include "form3.h"
 
 #include "core/appcontext.h"
-#include "form2.h"
+#include "core/windowhelpers.h"
 #include "logo.h"
 #include "version.h"
 

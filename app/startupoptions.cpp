@@ -1,13 +1,19 @@
 #include "startupoptions.h"
 
 #include "core/appcontext.h"
+#include "symbolsdb.h"
 
 namespace app {
 
 void loadStartupOptions(AppContext& context)
 {
-    context.state.s1 = 0;
-    context.state.s2 = 0;
+    // The program starts all the same without its database; the options then keep 0.
+    try {
+        const symbols::Options options = symbols::readOptions(context);
+        context.state.s1 = options.s1;
+        context.state.s2 = options.s2;
+    } catch (const symbols::DatabaseError&) {
+    }
 }
 
 } // namespace app

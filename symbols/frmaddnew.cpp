@@ -1,9 +1,9 @@
 #include "frmaddnew.h"
 
 #include "core/appcontext.h"
+#include "core/windowhelpers.h"
 #include "frmlookup.h"
 #include "symbolsdb.h"
-#include "windowhelpers.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -60,7 +60,7 @@ frmAddNew::~frmAddNew() = default;
 
 void frmAddNew::Form_Load()
 {
-    centreOnScreen(*this);
+    app::centreOnScreen(*this);
     try {
         m_database = openDatabase(m_context);
         m_recordset = m_database->query(sql::kAddNew);
@@ -70,7 +70,7 @@ void frmAddNew::Form_Load()
         m_recordset.reset();
         m_database.reset();
         m_openError = error.text();
-        showDatabaseError(m_context, this, m_openError);
+        app::showFailure(m_context, this, m_openError);
     }
 }
 
@@ -101,7 +101,7 @@ void frmAddNew::Command1_Click()
         return;
     }
     if (!m_recordset) {
-        showDatabaseError(m_context, this, m_openError);
+        app::showFailure(m_context, this, m_openError);
         return;
     }
     try {
@@ -111,7 +111,7 @@ void frmAddNew::Command1_Click()
         m_recordset->setField(2, exchange);
         m_recordset->update();
     } catch (const DatabaseError& error) {
-        showDatabaseError(m_context, this, error.text());
+        app::showFailure(m_context, this, error.text());
         return;
     }
     Text1->clear();

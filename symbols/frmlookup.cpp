@@ -1,8 +1,8 @@
 #include "frmlookup.h"
 
 #include "core/appcontext.h"
+#include "core/windowhelpers.h"
 #include "frmaddnew.h"
-#include "windowhelpers.h"
 
 #include <QComboBox>
 #include <QGridLayout>
@@ -97,7 +97,7 @@ void frmLookup::frmlookupload()
 
 void frmLookup::Form_Load()
 {
-    centreOnScreen(*this);
+    app::centreOnScreen(*this);
     {
         const QSignalBlocker blocker(Combo1);
         Combo1->clear();
@@ -122,7 +122,7 @@ void frmLookup::Form_Load()
             Combo1_Click();
         }
     } catch (const DatabaseError& error) {
-        showDatabaseError(m_context, this, error.text());
+        app::showFailure(m_context, this, error.text());
     }
 }
 
@@ -135,7 +135,7 @@ void frmLookup::Combo1_Click()
             database->query(exchange == QLatin1String("All") ? sql::kLookupAll : sql::lookupExchange(exchange));
         fillList(readEntries(rows));
     } catch (const DatabaseError& error) {
-        showDatabaseError(m_context, this, error.text());
+        app::showFailure(m_context, this, error.text());
     }
 }
 

@@ -1,7 +1,7 @@
 #include "frmplace.h"
 
+#include "core/windowhelpers.h"
 #include "placehelper.h"
-#include "windowhelpers.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -47,7 +47,7 @@ frmPlace::frmPlace(app::AppContext& context, QWidget* parent)
 
 void frmPlace::Form_Load()
 {
-    centreOnScreen(*this);
+    app::centreOnScreen(*this);
 }
 
 void frmPlace::Command1_Click()

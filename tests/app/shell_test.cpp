@@ -2,6 +2,7 @@
 #include "form3.h"
 #include "frmmain.h"
 #include "frmtip.h"
+#include "symbolsdb.h"
 #include "testcontext.h"
 
 #include <QAction>
@@ -205,6 +206,32 @@ void showChild(app::frmMain& window, QWidget* child)
     QMdiSubWindow* frame = window.mdiArea()->addSubWindow(child);
     frame->show();
     window.mdiArea()->setActiveSubWindow(frame);
+}
+
+TEST(MainWindowTest, StartUpReadsTheOptionsOrKeepsZeroWithoutTheDatabase)
+{
+    TestContext withDatabase;
+    ASSERT_TRUE(withDatabase.installProgramFile(symbols::kDatabaseFileName));
+    symbols::writeOptions(withDatabase, {1, 4});
+    app::frmMain first(withDatabase);
+    first.Form_Load();
+    EXPECT_EQ(withDatabase->state.s1, 1);
+    EXPECT_EQ(withDatabase->state.s2, 4);
+
+    TestContext withoutDatabase;
+    app::frmMain second(withoutDatabase);
+    second.Form_Load();
+    EXPECT_EQ(withoutDatabase->state.s1, 0);
+    EXPECT_EQ(withoutDatabase->state.s2, 0);
+    EXPECT_TRUE(withoutDatabase.prompter().prompts.isEmpty());
+
+    TestContext withoutTable;
+    ASSERT_TRUE(withoutTable.installProgramFile(symbols::kDatabaseFileName));
+    symbols::openDatabase(withoutTable)->execute(QStringLiteral("drop table settings"));
+    app::frmMain third(withoutTable);
+    third.Form_Load();
+    EXPECT_EQ(withoutTable->state.s2, 0);
+    EXPECT_TRUE(withoutTable.prompter().prompts.isEmpty());
 }
 
 TEST(MainWindowTest, TimerCopiesTheActiveChildsTitle)

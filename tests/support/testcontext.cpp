@@ -1,6 +1,7 @@
 #include "testcontext.h"
 
 #include <QDir>
+#include <QFile>
 #include <QSettings>
 
 namespace testing_support {
@@ -67,6 +68,13 @@ TestContext::TestContext()
     m_context.openUrl = [this](const QUrl& url) { openedUrls.append(url); };
     m_context.locale = QLocale(QLocale::English, QLocale::UnitedStates);
     m_context.programFolder = makeFolder(QStringLiteral("program"));
+}
+
+bool TestContext::installProgramFile(const QString& name) const
+{
+    const QString built = QDir(QStringLiteral(TICKSMITH_BUILD_DIR)).filePath(name);
+    const QString copy = m_context.programFile(name);
+    return QFile::copy(built, copy) && QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner);
 }
 
 QString TestContext::makeFolder(const QString& name) const

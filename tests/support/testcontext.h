@@ -78,6 +78,9 @@ public:
 
     QString programFolder() const { return m_context.programFolder; }
 
+    // Copies a file the build put beside the executables ("symbols.mdb", "TIP.TXT") into the program
+    // folder, so that a test can change its copy.
+    bool installProgramFile(const QString& name) const;
     // A fresh folder inside the test's temporary folder.
     QString makeFolder(const QString& name) const;
 

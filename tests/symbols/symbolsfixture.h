@@ -13,11 +13,7 @@
 class SymbolsTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        const QString built = QDir(QStringLiteral(TICKSMITH_BUILD_DIR)).filePath(symbols::kDatabaseFileName);
-        ASSERT_TRUE(QFile::copy(built, file())) << "the build makes " << built.toStdString();
-    }
+    void SetUp() override { ASSERT_TRUE(context.installProgramFile(symbols::kDatabaseFileName)); }
 
     QString file() const { return QDir(context.programFolder()).filePath(symbols::kDatabaseFileName); }
 
@@ -31,9 +27,3 @@ protected:
 
     testing_support::TestContext context;
 };
-
-// Readable failure messages for texts and lists of texts.
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}

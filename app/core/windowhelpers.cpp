@@ -1,0 +1,25 @@
+#include "windowhelpers.h"
+
+#include "appcontext.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWidget>
+
+namespace app {
+
+void centreOnScreen(QWidget& window)
+{
+    const QScreen* screen = window.screen() ? window.screen() : QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    const QRect area = screen->geometry();
+    window.move(area.x() + (area.width() - window.width()) / 2, area.y() + (area.height() - window.height()) / 2);
+}
+
+void showFailure(AppContext& context, QWidget* parent, const QString& text)
+{
+    context.prompter->information(parent, QStringLiteral("Ticksmith"), text, Prompter::Icon::Critical);
+}
+
+} // namespace app
