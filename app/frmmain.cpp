@@ -1,6 +1,7 @@
 #include "frmmain.h"
 
 #include "core/helpers.h"
+#include "frmlookup.h"
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
@@ -36,6 +37,7 @@ frmMain::frmMain(AppContext& context, QWidget* parent)
     buildMenus();
     buildToolbar();
     buildStatusBar();
+    wireWindows();
 
     m_context.mainWindow = this;
     m_context.onRecentAdded = [this](int index) { addRecentItem(index); };
@@ -403,6 +405,14 @@ void frmMain::addRecentItem(int index)
     connect(action, &QAction::triggered, this, [this, index] {
         if (m_openRecent)
             m_openRecent(index);
+    });
+}
+
+void frmMain::wireWindows()
+{
+    setOpener(mnuSymbolBrowser, [this] {
+        symbols::frmLookup lookup(m_context, this);
+        m_context.runModal(lookup);
     });
 }
 

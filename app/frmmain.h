@@ -104,6 +104,7 @@ private:
     void buildMenus();
     void buildToolbar();
     void buildStatusBar();
+    void wireWindows();
     void addRecentItem(int index);
     void refreshPanels();
     void runOpener(QAction* item);

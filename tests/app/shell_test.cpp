@@ -143,6 +143,9 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
     app::frmMain window(context);
     EXPECT_FALSE(window.mnuDownload->isEnabled());
     EXPECT_FALSE(window.Toolbar1->actions()[8 - 1]->isEnabled());
+    EXPECT_TRUE(window.mnuSymbolBrowser->isEnabled());
+    window.Toolbar1_ButtonClick(11);
+    EXPECT_EQ(context.modalsShown, QStringList{QStringLiteral("frmLookup")});
 
     int opened = 0;
     window.setOpener(window.mnuDownload, [&] { ++opened; });
