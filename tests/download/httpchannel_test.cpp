@@ -143,8 +143,14 @@ INSTANTIATE_TEST_SUITE_P(
                     MisbehaviourCase{"RedirectLoop", Misbehaviour::RedirectLoop, "could not be read"}),
     [](const testing::TestParamInfo<MisbehaviourCase>& param) { return param.param.name; });
 
-TEST_F(QuoteServiceTest, StopsABodyBeyondTheLimit)
+class BodyLimitTest
+    : public QuoteServiceTest
+    , public testing::WithParamInterface<Misbehaviour>
+{};
+
+TEST_P(BodyLimitTest, StopsABodyBeyondTheLimit)
 {
+    server.misbehaviour = GetParam();
     HttpLimits limits = quickLimits();
     limits.maxBodyBytes = 1000;
     HttpChannel small({server.url(), server.url()}, limits);
@@ -153,6 +159,9 @@ TEST_F(QuoteServiceTest, StopsABodyBeyondTheLimit)
     EXPECT_FALSE(reply.ok);
     EXPECT_TRUE(reply.error.contains(QStringLiteral("more than 1000 bytes"))) << reply.error.toStdString();
 }
+
+// With its length announced, and as a stream that never ends.
+INSTANTIATE_TEST_SUITE_P(Server, BodyLimitTest, testing::Values(Misbehaviour::None, Misbehaviour::EndlessBody));
 
 TEST_F(QuoteServiceTest, AClosedPortFails)
 {

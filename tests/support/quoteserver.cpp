@@ -162,6 +162,9 @@ void QuoteServer::answer(QTcpSocket* socket, const QByteArray& head)
         body.clear();
         extraHeaders = "Location: " + request.target.toLatin1() + "\r\n";
         break;
+    case Misbehaviour::EndlessBody:
+        sendEndlessly(socket);
+        return;
     case Misbehaviour::None:
     case Misbehaviour::CutShort:
     case Misbehaviour::Slow:
@@ -182,6 +185,18 @@ void QuoteServer::answer(QTcpSocket* socket, const QByteArray& head)
         QTimer::singleShot(slowDelay, socket, send);
     else
         send();
+}
+
+void QuoteServer::sendEndlessly(QTcpSocket* socket)
+{
+    const QByteArray chunk = QByteArray("2005-01-03,1.00,2.00,0.50,1.50,1000,1.50\n").repeated(1000);
+    socket->write("HTTP/1.1 200 OK\r\nContent-Type: text/csv\r\nConnection: close\r\n\r\n");
+    socket->write(historyCsv({}) + chunk);
+    // Keeps one chunk queued at a time until the client hangs up and the socket goes.
+    connect(socket, &QTcpSocket::bytesWritten, socket, [socket, chunk] {
+        if (socket->bytesToWrite() < chunk.size())
+            socket->write(chunk);
+    });
 }
 
 QByteArray QuoteServer::historyReply(const QString& symbol, const QUrlQuery& query) const

@@ -55,6 +55,7 @@ public:
         CrlfLineEnds, // the normal reply with CR LF line ends
         HeaderOnly, // the history's header row alone
         RedirectLoop, // 302 back to the same address, for ever
+        EndlessBody, // 200 without a length, then history rows until the client hangs up
     };
 
     // What the server does for one symbol (the "s" parameter).
@@ -101,6 +102,7 @@ public:
 private:
     void onConnection();
     void answer(QTcpSocket* socket, const QByteArray& head);
+    void sendEndlessly(QTcpSocket* socket);
     QByteArray historyReply(const QString& symbol, const QUrlQuery& query) const;
     QByteArray quoteReply(const QString& symbol) const;
 
