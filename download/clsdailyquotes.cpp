@@ -53,38 +53,31 @@ DailyQuotesParse parseDailyQuotes(const QString& body)
     flat.replace(QLatin1Char('\r'), QLatin1Char(',')).replace(QLatin1Char('\n'), QLatin1Char(','));
     const QStringList tokens = flat.split(QLatin1Char(','));
     const qsizetype upper = body.isEmpty() ? -1 : tokens.size() - 1;
+    if (upper < 11)
+        return {false, {}, QStringLiteral("The history reply holds no data rows.")};
 
-    DailyQuotesParse result;
-    if (upper < 11) {
-        result.error = QStringLiteral("The history reply holds no data rows.");
-        return result;
-    }
-    const auto fail = [&result](qsizetype row, const char* what, const QString& token) {
-        result.rows.clear();
-        result.error = QStringLiteral("Row %1 of the history reply: the %2 \"%3\" is not a usable number.")
-                           .arg(row)
-                           .arg(QLatin1String(what), token);
-        return result;
+    DailyQuotesParse result{true, {}, {}};
+    const auto unusable = [&result](const char* column, const QString& token) {
+        return DailyQuotesParse{false,
+                                {},
+                                QStringLiteral("Row %1 of the history reply: the %2 \"%3\" is not a usable number.")
+                                    .arg(result.rows.size() + 1)
+                                    .arg(QLatin1String(column), token)};
     };
-    static const char* const priceNames[] = {"open", "high", "low", "close"};
+    static const char* const priceColumns[] = {"open", "high", "low", "close"};
     for (qsizetype i = 7; i <= upper - 7; i += 7) {
-        const qsizetype row = result.rows.size() + 1;
-        DailyQuoteRecord record;
-        record.date = tokens[i];
-        double* prices[] = {&record.open, &record.high, &record.low, &record.close};
-        for (int p = 0; p < 4; ++p) {
-            const std::optional<double> price = serviceNumber(tokens[i + 1 + p]);
+        double prices[4];
+        for (int c = 0; c < 4; ++c) {
+            const std::optional<double> price = serviceNumber(tokens[i + 1 + c]);
             if (!price)
-                return fail(row, priceNames[p], tokens[i + 1 + p]);
-            *prices[p] = *price;
+                return unusable(priceColumns[c], tokens[i + 1 + c]);
+            prices[c] = *price;
         }
         const std::optional<qint32> volume = serviceVolume(tokens[i + 5]);
         if (!volume)
-            return fail(row, "volume", tokens[i + 5]);
-        record.volume = *volume;
-        result.rows.append(record);
+            return unusable("volume", tokens[i + 5]);
+        result.rows.append({tokens[i], prices[0], prices[1], prices[2], prices[3], *volume});
     }
-    result.ok = true;
     return result;
 }
 

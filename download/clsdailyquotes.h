@@ -22,10 +22,11 @@ struct DailyQuotesParse
 
 // The rows of a history reply. Every carriage return and line feed is taken for a comma and the body
 // is read as one flat list of tokens, seven per row: the first seven (the header row) are skipped, and
-// a row is read only while six more tokens follow its first, so a last row without a line end after it
-// is dropped. A reply of fewer than twelve tokens, a price that is not a number, or a volume beyond 32
-// bits makes the whole reply unusable. Lines that end in CR LF put an empty token between rows and so
-// do not read; the service ends its lines with a single line feed.
+// a row is read only when another token follows its seventh (the empty one after its line feed, or the
+// next row's date), so a last row without a line end after it is dropped. A reply of fewer than twelve
+// tokens, a price that is not a number, or a volume beyond 32 bits makes the whole reply unusable.
+// Lines that end in CR LF put an empty token between rows and so do not read; the service ends its
+// lines with a single line feed.
 DailyQuotesParse parseDailyQuotes(const QString& body);
 
 // The daily history of one symbol. A successful call replaces the rows of the list given at creation;

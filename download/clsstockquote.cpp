@@ -67,9 +67,8 @@ void clsStockQuote::setSymbol(const QString& symbol)
     m_values.fill(QStringLiteral("N/A"));
     m_values[0] = symbol;
     m_values[1] = QStringLiteral("0.00");
-    m_error = reply.ok ? QStringLiteral("The quote service's reply holds %1 fields; a quote has twelve.")
-                             .arg(reply.body.isEmpty() ? 0 : reply.body.count(QLatin1Char(',')) + 1)
-                       : reply.error;
+    m_error =
+        reply.ok ? QStringLiteral("The current-quote service's reply holds fewer than twelve fields.") : reply.error;
 }
 
 } // namespace download
