@@ -9,7 +9,6 @@
 #include "version.h"
 
 #include <QSettings>
-#include <QTcpServer>
 
 #include <gtest/gtest.h>
 
@@ -63,41 +62,6 @@ TEST_F(QuoteServiceTest, FetchesTheRequestedRangeNewestFirst)
     EXPECT_EQ(request.target, QStringLiteral("/table.csv?s=IBM&d=0&e=14&f=2005&a=0&b=3&c=2005&ignore=.csv"));
     EXPECT_EQ(request.userAgent, QByteArray("Ticksmith/" TICKSMITH_VERSION));
     EXPECT_EQ(client.request(), server.url() + request.target);
-}
-
-TEST_F(QuoteServiceTest, FetchesTheCurrentQuote)
-{
-    server.symbol(QStringLiteral("IBM")).quoteBody = "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\","
-                                                     "90.95,91.2,90.1,N/A,N/A,1500\n";
-    clsStockQuote quote(channel, English);
-    quote.setSymbol(QStringLiteral("IBM"));
-    EXPECT_TRUE(quote.errorString().isEmpty()) << quote.errorString().toStdString();
-    EXPECT_EQ(quote.Opening(), QStringLiteral("90.95"));
-    EXPECT_EQ(quote.Volume(), QStringLiteral("1,500"));
-    EXPECT_EQ(server.requests().value(0).path, QStringLiteral("/d/quotes.csv"));
-}
-
-TEST_F(QuoteServiceTest, AnUnknownSymbolHasNoHistoryAndAQuoteOfNotAvailable)
-{
-    clsDailyQuotes client(channel, quotes);
-    client.DownloadDailyQuotes(QStringLiteral("NOPE"), QDate(2005, 1, 3), QDate(2005, 1, 14));
-    EXPECT_EQ(client.Status(), clsDailyQuotes::StatusNoData);
-    EXPECT_TRUE(client.errorString().contains(QStringLiteral("404"))) << client.errorString().toStdString();
-
-    clsStockQuote quote(channel, English);
-    quote.setSymbol(QStringLiteral("NOPE"));
-    EXPECT_TRUE(quote.errorString().isEmpty());
-    EXPECT_EQ(quote.Symbol(), QStringLiteral("NOPE"));
-    EXPECT_EQ(quote.Opening(), QStringLiteral("N/A"));
-}
-
-TEST_F(QuoteServiceTest, ASlowReplyWithinTheTimeoutArrives)
-{
-    server.slowDelay = std::chrono::milliseconds(50);
-    server.symbol(QStringLiteral("IBM")).misbehaviour = Misbehaviour::Slow;
-    clsDailyQuotes client(channel, quotes);
-    client.DownloadDailyQuotes(QStringLiteral("IBM"), QDate(2005, 1, 3), QDate(2005, 1, 14));
-    EXPECT_EQ(client.Status(), clsDailyQuotes::StatusOk) << client.errorString().toStdString();
 }
 
 struct MisbehaviourCase
@@ -162,16 +126,6 @@ TEST_P(BodyLimitTest, StopsABodyBeyondTheLimit)
 
 // With its length announced, and as a stream that never ends.
 INSTANTIATE_TEST_SUITE_P(Server, BodyLimitTest, testing::Values(Misbehaviour::None, Misbehaviour::EndlessBody));
-
-TEST_F(QuoteServiceTest, AClosedPortFails)
-{
-    QTcpServer closed;
-    ASSERT_TRUE(closed.listen(QHostAddress::LocalHost, 0));
-    const QString address = QStringLiteral("http://127.0.0.1:%1").arg(closed.serverPort());
-    closed.close();
-    HttpChannel unreachable({address, address}, quickLimits());
-    EXPECT_FALSE(unreachable.get(QuoteService::CurrentQuote, QStringLiteral("/d/quotes.csv?s=IBM")).ok);
-}
 
 TEST(ServiceAddressTest, ComeFromTheSettingsUnlessAVariableOverrides)
 {
