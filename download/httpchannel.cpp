@@ -116,10 +116,10 @@ TransferReply HttpChannel::get(QuoteService service, const QString& pathAndQuery
     }
     body += reply->readAll();
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const QString statusText = QStringLiteral("The %1 answered HTTP %2 %3.")
-                                   .arg(name)
-                                   .arg(status)
-                                   .arg(reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString());
+    // The reason phrase is the server's own text: keep it to one short line.
+    const QString reason =
+        reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().simplified().left(80);
+    const QString statusText = QStringLiteral("The %1 answered HTTP %2 %3.").arg(name).arg(status).arg(reason);
     const QString contentType = reply->header(QNetworkRequest::ContentTypeHeader).toString().toLower();
     if (status >= 400)
         result.error = statusText;
