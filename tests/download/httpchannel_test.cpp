@@ -25,12 +25,17 @@ using Misbehaviour = QuoteServer::Misbehaviour;
 
 const QLocale English(QLocale::English, QLocale::UnitedStates);
 
-// Short enough to keep the tests quick, long enough for a loaded machine to answer a good request.
-HttpLimits quickLimits()
+// A server that answers gets far more time than it needs, even on a loaded machine; one that is meant to
+// time out gets one second.
+const std::chrono::milliseconds Generous{20000};
+const std::chrono::milliseconds Short{1000};
+
+HttpLimits limits(std::chrono::milliseconds timeout, qint64 maxBodyBytes = HttpLimits().maxBodyBytes)
 {
-    HttpLimits limits;
-    limits.timeout = std::chrono::milliseconds(1500);
-    return limits;
+    HttpLimits result;
+    result.timeout = timeout;
+    result.maxBodyBytes = maxBodyBytes;
+    return result;
 }
 
 class QuoteServiceTest : public testing::Test
@@ -44,7 +49,7 @@ protected:
     }
 
     QuoteServer server;
-    HttpChannel channel{{server.url(), server.url()}, quickLimits()};
+    HttpChannel channel{{server.url(), server.url()}, limits(Generous)};
     DailyQuotes quotes = {{QStringLiteral("before"), 1, 1, 1, 1, 1}};
 };
 
@@ -69,6 +74,7 @@ struct MisbehaviourCase
     const char* name;
     Misbehaviour misbehaviour;
     const char* reason; // a piece of the failure text
+    bool timesOut = false;
     bool quoteFails = true;
 };
 
@@ -80,13 +86,14 @@ class MisbehaviourTest
 TEST_P(MisbehaviourTest, EndsAsAFailureAndKeepsTheList)
 {
     server.misbehaviour = GetParam().misbehaviour;
-    clsDailyQuotes client(channel, quotes);
+    HttpChannel misbehaving({server.url(), server.url()}, limits(GetParam().timesOut ? Short : Generous));
+    clsDailyQuotes client(misbehaving, quotes);
     client.DownloadDailyQuotes(QStringLiteral("IBM"), QDate(2005, 1, 3), QDate(2005, 1, 14));
     EXPECT_EQ(client.Status(), clsDailyQuotes::StatusNoData);
     EXPECT_EQ(quotes.size(), 1);
     EXPECT_TRUE(client.errorString().contains(QLatin1String(GetParam().reason))) << client.errorString().toStdString();
 
-    clsStockQuote quote(channel, English);
+    clsStockQuote quote(misbehaving, English);
     quote.setSymbol(QStringLiteral("IBM"));
     EXPECT_EQ(!quote.errorString().isEmpty(), GetParam().quoteFails) << quote.errorString().toStdString();
     EXPECT_EQ(quote.Opening() == u"N/A", GetParam().quoteFails);
@@ -99,10 +106,10 @@ INSTANTIATE_TEST_SUITE_P(
                     MisbehaviourCase{"ServerError", Misbehaviour::ServerError, "HTTP 500"},
                     MisbehaviourCase{"HtmlPage", Misbehaviour::HtmlPage, "web page"},
                     MisbehaviourCase{"CutShort", Misbehaviour::CutShort, "could not be read"},
-                    MisbehaviourCase{"Slow", Misbehaviour::Slow, "within 1.5 s"},
-                    MisbehaviourCase{"NoReply", Misbehaviour::NoReply, "within 1.5 s"},
+                    MisbehaviourCase{"Slow", Misbehaviour::Slow, "within 1 s", true},
+                    MisbehaviourCase{"NoReply", Misbehaviour::NoReply, "within 1 s", true},
                     // A quote is one line, so its line end does not matter.
-                    MisbehaviourCase{"CrlfLineEnds", Misbehaviour::CrlfLineEnds, "not a usable number", false},
+                    MisbehaviourCase{"CrlfLineEnds", Misbehaviour::CrlfLineEnds, "not a usable number", false, false},
                     MisbehaviourCase{"HeaderOnly", Misbehaviour::HeaderOnly, "no data rows"},
                     MisbehaviourCase{"RedirectLoop", Misbehaviour::RedirectLoop, "could not be read"}),
     [](const testing::TestParamInfo<MisbehaviourCase>& param) { return param.param.name; });
@@ -115,9 +122,7 @@ class BodyLimitTest
 TEST_P(BodyLimitTest, StopsABodyBeyondTheLimit)
 {
     server.misbehaviour = GetParam();
-    HttpLimits limits = quickLimits();
-    limits.maxBodyBytes = 1000;
-    HttpChannel small({server.url(), server.url()}, limits);
+    HttpChannel small({server.url(), server.url()}, limits(Generous, 1000));
     const download::TransferReply reply =
         small.get(QuoteService::History, QStringLiteral("/table.csv?s=IBM&d=2&e=31&f=2005&a=0&b=3&c=2005"));
     EXPECT_FALSE(reply.ok);
