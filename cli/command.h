@@ -32,5 +32,6 @@ struct Command
 
 // The commands of each subsystem; main.cpp lists them all.
 std::vector<Command> storeCommands();
+std::vector<Command> quoteCommands();
 
 } // namespace cli

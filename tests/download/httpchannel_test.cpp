@@ -1,0 +1,172 @@
+// The HTTP channel and both clients against the local quote server, which also misbehaves.
+
+#include "download/httpchannel.h"
+
+#include "download/clsdailyquotes.h"
+#include "download/clsstockquote.h"
+#include "quoteserver.h"
+#include "testcontext.h"
+#include "version.h"
+
+#include <QSettings>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using download::clsDailyQuotes;
+using download::clsStockQuote;
+using download::DailyQuotes;
+using download::HttpChannel;
+using download::HttpLimits;
+using download::QuoteService;
+using testing_support::QuoteServer;
+using Misbehaviour = QuoteServer::Misbehaviour;
+
+const QLocale English(QLocale::English, QLocale::UnitedStates);
+
+// A server that answers gets far more time than it needs, even on a loaded machine; one that is meant to
+// time out gets one second.
+const std::chrono::milliseconds Generous{20000};
+const std::chrono::milliseconds Short{1000};
+
+HttpLimits limits(std::chrono::milliseconds timeout, qint64 maxBodyBytes = HttpLimits().maxBodyBytes)
+{
+    HttpLimits result;
+    result.timeout = timeout;
+    result.maxBodyBytes = maxBodyBytes;
+    return result;
+}
+
+class QuoteServiceTest : public testing::Test
+{
+protected:
+    QuoteServiceTest()
+    {
+        server.symbol(QStringLiteral("IBM")).history =
+            QuoteServer::syntheticHistory(QDate(2004, 12, 1), QDate(2005, 3, 31));
+        server.slowDelay = std::chrono::milliseconds(5000);
+    }
+
+    QuoteServer server;
+    HttpChannel channel{{server.url(), server.url()}, limits(Generous)};
+    DailyQuotes quotes = {{QStringLiteral("before"), 1, 1, 1, 1, 1}};
+};
+
+TEST_F(QuoteServiceTest, FetchesTheRequestedRangeNewestFirst)
+{
+    clsDailyQuotes client(channel, quotes);
+    client.DownloadDailyQuotes(QStringLiteral("IBM"), QDate(2005, 1, 3), QDate(2005, 1, 14));
+    ASSERT_EQ(client.Status(), clsDailyQuotes::StatusOk) << client.errorString().toStdString();
+    ASSERT_EQ(quotes.size(), 10);
+    EXPECT_EQ(quotes.first().date, QStringLiteral("2005-01-14"));
+    EXPECT_EQ(quotes.last().date, QStringLiteral("2005-01-03"));
+
+    ASSERT_EQ(server.requests().size(), 1);
+    const auto& request = server.requests()[0];
+    EXPECT_EQ(request.target, QStringLiteral("/table.csv?s=IBM&d=0&e=14&f=2005&a=0&b=3&c=2005&ignore=.csv"));
+    EXPECT_EQ(request.userAgent, QByteArray("Ticksmith/" TICKSMITH_VERSION));
+    EXPECT_EQ(client.request(), server.url() + request.target);
+}
+
+struct MisbehaviourCase
+{
+    const char* name;
+    Misbehaviour misbehaviour;
+    const char* reason; // a piece of the failure text
+    bool timesOut = false;
+    bool quoteFails = true;
+};
+
+class MisbehaviourTest
+    : public QuoteServiceTest
+    , public testing::WithParamInterface<MisbehaviourCase>
+{};
+
+TEST_P(MisbehaviourTest, EndsAsAFailureAndKeepsTheList)
+{
+    server.misbehaviour = GetParam().misbehaviour;
+    HttpChannel misbehaving({server.url(), server.url()}, limits(GetParam().timesOut ? Short : Generous));
+    clsDailyQuotes client(misbehaving, quotes);
+    client.DownloadDailyQuotes(QStringLiteral("IBM"), QDate(2005, 1, 3), QDate(2005, 1, 14));
+    EXPECT_EQ(client.Status(), clsDailyQuotes::StatusNoData);
+    EXPECT_EQ(quotes.size(), 1);
+    EXPECT_TRUE(client.errorString().contains(QLatin1String(GetParam().reason))) << client.errorString().toStdString();
+
+    clsStockQuote quote(misbehaving, English);
+    quote.setSymbol(QStringLiteral("IBM"));
+    EXPECT_EQ(!quote.errorString().isEmpty(), GetParam().quoteFails) << quote.errorString().toStdString();
+    EXPECT_EQ(quote.Opening() == u"N/A", GetParam().quoteFails);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Server,
+    MisbehaviourTest,
+    testing::Values(MisbehaviourCase{"NotFound", Misbehaviour::NotFound, "HTTP 404 Not Found"},
+                    MisbehaviourCase{"ServerError", Misbehaviour::ServerError, "HTTP 500"},
+                    MisbehaviourCase{"HtmlPage", Misbehaviour::HtmlPage, "web page"},
+                    MisbehaviourCase{"CutShort", Misbehaviour::CutShort, "could not be read"},
+                    MisbehaviourCase{"Slow", Misbehaviour::Slow, "within 1 s", true},
+                    MisbehaviourCase{"NoReply", Misbehaviour::NoReply, "within 1 s", true},
+                    // A quote is one line, so its line end does not matter.
+                    MisbehaviourCase{"CrlfLineEnds", Misbehaviour::CrlfLineEnds, "not a usable number", false, false},
+                    MisbehaviourCase{"HeaderOnly", Misbehaviour::HeaderOnly, "no data rows"},
+                    MisbehaviourCase{"RedirectLoop", Misbehaviour::RedirectLoop, "could not be read"}),
+    [](const testing::TestParamInfo<MisbehaviourCase>& param) { return param.param.name; });
+
+class BodyLimitTest
+    : public QuoteServiceTest
+    , public testing::WithParamInterface<Misbehaviour>
+{};
+
+TEST_P(BodyLimitTest, StopsABodyBeyondTheLimit)
+{
+    server.misbehaviour = GetParam();
+    HttpChannel small({server.url(), server.url()}, limits(Generous, 1000));
+    const download::TransferReply reply =
+        small.get(QuoteService::History, QStringLiteral("/table.csv?s=IBM&d=2&e=31&f=2005&a=0&b=3&c=2005"));
+    EXPECT_FALSE(reply.ok);
+    EXPECT_TRUE(reply.error.contains(QStringLiteral("more than 1000 bytes"))) << reply.error.toStdString();
+}
+
+// With its length announced, and as a stream that never ends.
+INSTANTIATE_TEST_SUITE_P(Server, BodyLimitTest, testing::Values(Misbehaviour::None, Misbehaviour::EndlessBody));
+
+TEST(ServiceAddressTest, ComeFromTheSettingsUnlessAVariableOverrides)
+{
+    testing_support::TestContext context;
+    context->settings->setValue(QLatin1String(download::QuoteUrlKey), QStringLiteral("http://quotes.test"));
+    context->settings->setValue(QLatin1String(download::HistoryUrlKey), QStringLiteral("http://history.test"));
+    qputenv(download::HistoryUrlVariable, "https://override.test:8443");
+    const auto addresses = download::ServiceAddresses::fromSettings(*context->settings);
+    qunsetenv(download::HistoryUrlVariable);
+    EXPECT_EQ(addresses.quoteUrl, QStringLiteral("http://quotes.test"));
+    EXPECT_EQ(addresses.historyUrl, QStringLiteral("https://override.test:8443"));
+}
+
+TEST(ServiceAddressTest, AMissingAddressFailsWithoutATransfer)
+{
+    HttpChannel channel({QString(), QStringLiteral("ftp://history.test")});
+    const auto quote = channel.get(QuoteService::CurrentQuote, QStringLiteral("/d/quotes.csv?s=IBM"));
+    EXPECT_FALSE(quote.ok);
+    EXPECT_TRUE(quote.error.contains(QLatin1String(download::QuoteUrlVariable))) << quote.error.toStdString();
+    const auto history = channel.get(QuoteService::History, QStringLiteral("/table.csv?s=IBM"));
+    EXPECT_FALSE(history.ok);
+    EXPECT_TRUE(history.error.contains(QStringLiteral("http://"))) << history.error.toStdString();
+}
+
+TEST(ServiceAddressTest, AcceptsOnlySchemeHostAndPort)
+{
+    for (const char* good : {"", "  ", "http://127.0.0.1:8080", "https://quotes.example.net", "https://q.test/"})
+        EXPECT_TRUE(download::checkServiceAddress(QLatin1String(good)).isEmpty()) << good;
+    for (const char* bad : {"quotes.example.net",
+                            "ftp://quotes.test",
+                            "http://",
+                            "http://quotes.test/csv",
+                            "http://quotes.test?s=1",
+                            "http://user@quotes.test",
+                            "http://quotes.test:99999"})
+        EXPECT_FALSE(download::checkServiceAddress(QLatin1String(bad)).isEmpty()) << bad;
+}
+
+} // namespace

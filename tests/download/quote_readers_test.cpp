@@ -1,0 +1,178 @@
+// The quote clients without a network: the requests they build and how they read replies.
+
+#include "download/clsdailyquotes.h"
+#include "download/clsstockquote.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using download::clsStockQuote;
+using download::DailyQuoteRecord;
+using download::QuoteService;
+using download::TransferReply;
+
+const QLocale English(QLocale::English, QLocale::UnitedStates);
+
+class ScriptedChannel : public download::TransferChannel
+{
+public:
+    TransferReply get(QuoteService service, const QString& pathAndQuery) override
+    {
+        requests.append({service, pathAndQuery});
+        return reply;
+    }
+
+    TransferReply reply;
+    QList<std::pair<QuoteService, QString>> requests;
+};
+
+TransferReply reply(bool ok, const QString& text)
+{
+    TransferReply reply;
+    reply.ok = ok;
+    (ok ? reply.body : reply.error) = text;
+    return reply;
+}
+
+TEST(StockQuoteTest, ReadsTwelveFieldsWithoutDoubleQuotes)
+{
+    const auto values = download::parseStockQuote(
+        QStringLiteral("\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,90.5,1500\n"),
+        English);
+    ASSERT_TRUE(values);
+    EXPECT_EQ(QStringList(values->begin(), values->end()).join(u'|'),
+              QStringLiteral("IBM|90.44|3/31/2005|4:01pm|-0.51|-0.56%|90.95|91.2|90.1|N/A|90.5|1,500"));
+    EXPECT_FALSE(download::parseStockQuote(QString(), English));
+    EXPECT_FALSE(download::parseStockQuote(QStringLiteral("\"IBM\",90.44,a,b,c,d,e,f,g,h,i\n"), English));
+}
+
+struct VolumeCase
+{
+    const char* field;
+    QLocale locale;
+    const char* expected;
+};
+
+class StockQuoteVolumeTest : public testing::TestWithParam<VolumeCase>
+{};
+
+TEST_P(StockQuoteVolumeTest, IsGroupedWhenNumericAndKeptOtherwise)
+{
+    const QString body = QStringLiteral("\"X\",1,2,3,4,5,6,7,8,9,10,") + QLatin1String(GetParam().field);
+    const auto values = download::parseStockQuote(body, GetParam().locale);
+    ASSERT_TRUE(values);
+    EXPECT_EQ((*values)[11], QLatin1String(GetParam().expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Volumes,
+    StockQuoteVolumeTest,
+    testing::Values(VolumeCase{"1500000\r\n", English, "1,500,000"},
+                    VolumeCase{"1500000\n", QLocale(QLocale::German, QLocale::Germany), "1.500.000"},
+                    VolumeCase{"1500", QLocale::c(), "1,500"}, // grouped even where the locale omits it
+                    VolumeCase{"N/A", English, "N/A"},
+                    VolumeCase{"\"N/A\"\n", English, "N/A\n"})); // kept as it stands, line end included
+
+TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
+{
+    ScriptedChannel channel;
+    channel.reply =
+        reply(true, QStringLiteral("\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",1,2,3,4,5,6\n"));
+    clsStockQuote quote(channel, English);
+    quote.setSymbol(QStringLiteral("^GSPC"));
+    EXPECT_EQ(channel.requests.value(0).second, QStringLiteral("/d/quotes.csv?s=^GSPC&f=sl1d1t1c1p2ohgbav&e=.csv"));
+    EXPECT_EQ(quote.Symbol(), QStringLiteral("IBM"));
+
+    download::StockQuoteValues reset;
+    reset.fill(QStringLiteral("N/A"));
+    reset[0] = QStringLiteral("MSFT");
+    reset[1] = QStringLiteral("0.00");
+    for (const TransferReply& failure : {reply(true, QStringLiteral("\"MSFT\",1,2,3,4,5,6,7,8,9,10\n")),
+                                         reply(false, QStringLiteral("Connection refused."))}) {
+        quote.setSymbol(QStringLiteral("IBM"));
+        channel.reply = failure;
+        quote.setSymbol(QStringLiteral("MSFT"));
+        EXPECT_EQ(quote.values(), reset);
+        EXPECT_FALSE(quote.errorString().isEmpty());
+    }
+}
+
+TEST(DailyQuotesRequestTest, PutsTheEndDateFirstWithZeroBasedMonthsAndNoPadding)
+{
+    EXPECT_EQ(download::dailyQuotesRequest(QStringLiteral(" IBM "), QDate(2005, 1, 3), QDate(2005, 3, 31)),
+              QStringLiteral("/table.csv?s=IBM&d=2&e=31&f=2005&a=0&b=3&c=2005&ignore=.csv"));
+    EXPECT_EQ(download::dailyQuotesRequest(QStringLiteral("^GDAXI"), QDate(1999, 12, 9), QDate(2000, 10, 1)),
+              QStringLiteral("/table.csv?s=^GDAXI&d=9&e=1&f=2000&a=11&b=9&c=1999&ignore=.csv"));
+}
+
+const QString ThreeRows = QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n"
+                                         "2005-03-31,90.95,91.2,90.1,90.44,1500,90.44\n"
+                                         "2005-03-30,90.1,91,89.5,90.95,2147483647,90.95\n"
+                                         "2005-03-29,89,90.2,88.75,90.1,0,90.1");
+
+// A reply of a good row followed by row.
+QString withRow(const char* row)
+{
+    return QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n2005-04-01,1,2,3,4,5,6\n") + QLatin1String(row);
+}
+
+struct HistoryCase
+{
+    const char* name;
+    QString body;
+    bool ok;
+    qsizetype rows;
+};
+
+class DailyQuotesParsingTest : public testing::TestWithParam<HistoryCase>
+{};
+
+TEST_P(DailyQuotesParsingTest, ReadsSevenTokensPerRowAfterTheHeader)
+{
+    const auto parsed = download::parseDailyQuotes(GetParam().body);
+    EXPECT_EQ(parsed.ok, GetParam().ok) << parsed.error.toStdString();
+    EXPECT_EQ(parsed.rows.size(), GetParam().rows);
+    EXPECT_EQ(parsed.error.isEmpty(), GetParam().ok);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replies,
+    DailyQuotesParsingTest,
+    testing::Values(
+        HistoryCase{"Empty", QString(), false, 0},
+        HistoryCase{"HeaderAlone", QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n"), false, 0},
+        HistoryCase{"RowsEndingInLineFeed", ThreeRows + u'\n', true, 3},
+        HistoryCase{"LastRowWithoutLineFeedIsDropped", ThreeRows, true, 2},
+        HistoryCase{"OneRowWithoutLineFeedReadsAsNone",
+                    QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n2005-03-31,1,2,3,4,5,6"),
+                    true,
+                    0},
+        HistoryCase{"CrLfLineEndsDrift", QString(ThreeRows).replace(u'\n', QStringLiteral("\r\n")), false, 0},
+        // A bad row spoils the rows read before it too.
+        HistoryCase{"NonNumericPrice", withRow("2005-03-31,1,2,abc,4,5,6\n"), false, 0},
+        HistoryCase{"InfinitePrice", withRow("2005-03-31,1,2,3,inf,5,6\n"), false, 0},
+        HistoryCase{"VolumeBeyond32Bits", withRow("2005-03-31,1,2,3,4,2147483648,6\n"), false, 0}),
+    [](const testing::TestParamInfo<HistoryCase>& param) { return param.param.name; });
+
+TEST(DailyQuotesParsingTest, KeepsTheDateTextAndTheServiceOrder)
+{
+    const auto parsed = download::parseDailyQuotes(ThreeRows + u'\n');
+    ASSERT_EQ(parsed.rows.size(), 3);
+    EXPECT_EQ(parsed.rows[0], (DailyQuoteRecord{QStringLiteral("2005-03-31"), 90.95, 91.2, 90.1, 90.44, 1500}));
+    EXPECT_EQ(parsed.rows[1].volume, 2147483647);
+    EXPECT_EQ(parsed.rows[2].date, QStringLiteral("2005-03-29"));
+}
+
+TEST(DailyQuotesParsingTest, ReadsNumbersWithAPointWhateverTheDefaultLocale)
+{
+    const QLocale previous;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    const auto parsed = download::parseDailyQuotes(withRow("2005-03-31,90.95,91.2,90.1,90.44,1500.5,90.44\n"));
+    QLocale::setDefault(previous);
+    ASSERT_EQ(parsed.rows.size(), 2);
+    EXPECT_EQ(parsed.rows[1].open, 90.95);
+    EXPECT_EQ(parsed.rows[1].volume, 1500); // rounded to even
+}
+
+} // namespace

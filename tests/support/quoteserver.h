@@ -1,0 +1,114 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDate>
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <QTcpServer>
+#include <QUrlQuery>
+
+#include <chrono>
+#include <optional>
+
+class QTcpSocket;
+
+namespace testing_support {
+
+// One daily bar as the quote service sends it.
+struct HistoryRow
+{
+    QDate date;
+    double open = 0;
+    double high = 0;
+    double low = 0;
+    double close = 0;
+    qint64 volume = 0;
+    double adjustedClose = 0;
+};
+
+// A quote service on 127.0.0.1 (a port the system picks) inside the test process. It serves the
+// history at "/table.csv" and the current quote at "/d/quotes.csv" from what a test scripts per
+// symbol, logs every request, and misbehaves on request. It answers through the test's event loop, so
+// the client must wait in one (as the HTTP channel does); a blocking client would wait for ever.
+// Creating a server also turns off any proxy for the process, so that nothing reroutes 127.0.0.1.
+//
+//     QuoteServer server;
+//     server.symbol("IBM").history = QuoteServer::syntheticHistory({2005, 1, 3}, {2005, 3, 31});
+//     server.symbol("MSFT").misbehaviour = QuoteServer::Misbehaviour::NoReply;
+//     ... point the client at server.url() ...
+class QuoteServer : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Misbehaviour
+    {
+        None,
+        NotFound, // 404
+        ServerError, // 500
+        HtmlPage, // 200 with a web page full of commas and lines
+        CutShort, // 200 announcing the whole body, sending half of it, then closing
+        Slow, // the normal reply, after slowDelay
+        NoReply, // reads the request and never answers
+        CrlfLineEnds, // the normal reply with CR LF line ends
+        HeaderOnly, // the history's header row alone
+        RedirectLoop, // 302 back to the same address, for ever
+        EndlessBody, // 200 without a length, then history rows until the client hangs up
+    };
+
+    // What the server does for one symbol (the "s" parameter).
+    struct Script
+    {
+        // Served newest first, limited to the requested range; a range without rows gets the header alone.
+        QList<HistoryRow> history;
+        std::optional<QByteArray> historyBody; // served as it stands instead of history
+        std::optional<QByteArray> quoteBody; // by default a quote built from the newest history row
+        Misbehaviour misbehaviour = Misbehaviour::None;
+    };
+
+    struct Request
+    {
+        QString target; // path and query as sent
+        QString path;
+        QUrlQuery query;
+        QByteArray userAgent;
+
+        QString symbol() const { return query.queryItemValue(QStringLiteral("s"), QUrl::FullyDecoded); }
+    };
+
+    QuoteServer();
+    ~QuoteServer() override;
+
+    QString url() const; // "http://127.0.0.1:<port>"
+
+    // The script of symbol, made on first use. A symbol without one gets 404 for its history and a
+    // quote of "N/A" fields, as from the real service for an unknown symbol.
+    Script& symbol(const QString& symbol) { return m_scripts[symbol]; }
+
+    // Applies to every symbol whose own script has none.
+    Misbehaviour misbehaviour = Misbehaviour::None;
+    std::chrono::milliseconds slowDelay{200};
+
+    const QList<Request>& requests() const { return m_requests; }
+
+    // A history reply: the header row, then rows in the order given; every line ends with a line feed,
+    // the last one only when finalLineFeed is true.
+    static QByteArray historyCsv(const QList<HistoryRow>& rows, bool finalLineFeed = true);
+    // A made-up history with one row per weekday from first to last, oldest first, the same every run.
+    static QList<HistoryRow> syntheticHistory(QDate first, QDate last);
+
+private:
+    void onConnection();
+    void answer(QTcpSocket* socket, const QByteArray& head);
+    void sendEndlessly(QTcpSocket* socket);
+    QByteArray historyReply(const QString& symbol, const QUrlQuery& query) const;
+    QByteArray quoteReply(const QString& symbol) const;
+
+    QTcpServer m_server;
+    QMap<QString, Script> m_scripts;
+    QList<Request> m_requests;
+};
+
+} // namespace testing_support
