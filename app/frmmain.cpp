@@ -1,7 +1,9 @@
 #include "frmmain.h"
 
 #include "core/helpers.h"
+#include "form3.h"
 #include "frmlookup.h"
+#include "frmsettings.h"
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
@@ -196,6 +198,10 @@ void frmMain::buildMenus()
         m_context.openUrl(QUrl::fromLocalFile(m_context.programFile(QStringLiteral("help/index.html"))));
     });
     connect(mnuTip, &QAction::triggered, this, [this] { frmTip::offer(m_context, this); });
+    connect(mnuAbout, &QAction::triggered, this, [this] {
+        Form3 about(m_context, this);
+        m_context.runModal(about);
+    });
     connect(mnuLookUp, &QAction::triggered, this, [this] {
         GoURL(m_context.settings->value(QStringLiteral("Help/SymbolLookupUrl")).toString());
     });
@@ -413,6 +419,10 @@ void frmMain::wireWindows()
     setOpener(mnuSymbolBrowser, [this] {
         symbols::frmLookup lookup(m_context, this);
         m_context.runModal(lookup);
+    });
+    setOpener(mnuSettings, [this] {
+        frmSettings settings(m_context, this);
+        m_context.runModal(settings);
     });
 }
 

@@ -7,6 +7,27 @@
 
 namespace symbols {
 
+// The address with the symbol filled in. The symbol is encoded so that "^GSPC" or "M&M.NS" stay one
+// symbol inside the address.
+static QUrl chartUrl(const QString& address, const QString& symbol)
+{
+    QString filled = address;
+    filled.replace(QLatin1String("{symbol}"), QString::fromLatin1(QUrl::toPercentEncoding(symbol)));
+    return QUrl(filled, QUrl::StrictMode);
+}
+
+QString checkIntradayChartUrl(const QString& address)
+{
+    const QString text = address.trimmed();
+    if (text.isEmpty())
+        return {};
+    const QUrl url = chartUrl(text, QStringLiteral("IBM"));
+    if (!url.isValid() || (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https"))
+        || url.host().isEmpty())
+        return QStringLiteral("\"%1\" is not a valid http or https address.").arg(text);
+    return {};
+}
+
 PlaceHelper::PlaceHelper(app::AppContext& context)
     : m_context(context)
 {}
@@ -24,15 +45,10 @@ bool PlaceHelper::ShowChart(const QString& symbol, qint32 /*chartKind*/)
     if (symbol.trimmed().isEmpty())
         return tell(QStringLiteral("There is no symbol to show an intraday chart for."));
 
-    // The symbol is encoded so that "^GSPC" or "M&M.NS" stay one symbol inside the address.
-    QString filled = address;
-    filled.replace(QLatin1String("{symbol}"), QString::fromLatin1(QUrl::toPercentEncoding(symbol.trimmed())));
-    const QUrl url(filled, QUrl::StrictMode);
-    if (!url.isValid() || (url.scheme() != QLatin1String("http") && url.scheme() != QLatin1String("https"))
-        || url.host().isEmpty())
-        return tell(QStringLiteral("The intraday chart address \"%1\" is not a valid http or https address. Correct it "
-                                   "under Quote service in Settings.")
-                        .arg(address));
+    if (const QString problem = checkIntradayChartUrl(address); !problem.isEmpty())
+        return tell(
+            QStringLiteral("The intraday chart address %1 Correct it under Quote service in Settings.").arg(problem));
+    const QUrl url = chartUrl(address, symbol.trimmed());
     m_context.openUrl(url);
     return true;
 }

@@ -13,6 +13,10 @@ namespace symbols {
 
 inline const QString kIntradayChartUrlKey = QStringLiteral("QuoteService/IntradayChartUrl");
 
+// Why an intraday chart address cannot be used, or empty text when it can (empty text included: the
+// page is then simply not configured). "{symbol}" may stand anywhere in it.
+QString checkIntradayChartUrl(const QString& address);
+
 class PlaceHelper
 {
 public:

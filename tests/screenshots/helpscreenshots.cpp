@@ -1,13 +1,16 @@
 // Renders the windows the user manual shows into PNG files, offscreen, from a scratch program folder.
 // Usage: help-screenshots OUTPUT_FOLDER
 
+#include "frmlookup.h"
 #include "frmmain.h"
+#include "frmsettings.h"
 #include "testcontext.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QWidget>
 
@@ -47,5 +50,13 @@ int main(int argc, char** argv)
     context->addRecent({QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), QStringLiteral("BHP Group")});
     main.panelText->setText(QStringLiteral("Ready."));
     bool ok = save(main, folder, "main");
+
+    context.installProgramFile(QStringLiteral("symbols.mdb"));
+    app::frmSettings settings(context);
+    settings.txtHistoryUrl->setText(QStringLiteral("https://history.example.net"));
+    ok = save(settings, folder, "settings") && ok;
+    symbols::frmLookup lookup(context);
+    lookup.resize(640, 420);
+    ok = save(lookup, folder, "lookup") && ok;
     return ok ? 0 : 1;
 }

@@ -1,0 +1,151 @@
+#include "frmsettings.h"
+
+#include "core/appcontext.h"
+#include "core/windowhelpers.h"
+#include "download/httpchannel.h"
+#include "frmtip.h"
+#include "placehelper.h"
+#include "symbolsdb.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QSlider>
+#include <QVBoxLayout>
+
+namespace app {
+
+frmSettings::frmSettings(AppContext& context, QWidget* parent)
+    : QDialog(parent)
+    , m_context(context)
+{
+    setObjectName(QStringLiteral("frmSettings"));
+    setWindowTitle(QStringLiteral("Settings"));
+
+    Check1 = new QCheckBox(QStringLiteral("Download Sunday/Saturday Quotes"), this);
+    Check1->setObjectName(QStringLiteral("Check1"));
+    auto* threads = new QGroupBox(QStringLiteral("Threads"), this);
+    Slider1 = new QSlider(Qt::Horizontal, threads);
+    Slider1->setObjectName(QStringLiteral("Slider1"));
+    Slider1->setRange(1, 5);
+    Slider1->setSingleStep(1);
+    Slider1->setPageStep(1);
+    Slider1->setTickPosition(QSlider::TicksBelow);
+    Label1 = new QLabel(threads);
+    Label1->setObjectName(QStringLiteral("Label1"));
+    Label1->setMinimumWidth(24);
+    auto* threadsLayout = new QHBoxLayout(threads);
+    threadsLayout->addWidget(Slider1, 1);
+    threadsLayout->addWidget(Label1);
+    Check2 = new QCheckBox(QStringLiteral("Show Tip of the Day at"), this);
+    Check2->setObjectName(QStringLiteral("Check2"));
+
+    auto* service = new QGroupBox(QStringLiteral("Quote service"), this);
+    auto address = [service](const char* name, const QString& example) {
+        auto* box = new QLineEdit(service);
+        box->setObjectName(QLatin1String(name));
+        box->setPlaceholderText(example);
+        box->setMinimumWidth(320);
+        return box;
+    };
+    txtHistoryUrl = address("txtHistoryUrl", QStringLiteral("https://history.example.net"));
+    txtQuoteUrl = address("txtQuoteUrl", QStringLiteral("https://quotes.example.net"));
+    txtIntradayChartUrl = address("txtIntradayChartUrl", QStringLiteral("https://charts.example.net/?s={symbol}"));
+    auto* serviceLayout = new QFormLayout(service);
+    serviceLayout->addRow(QStringLiteral("Daily history:"), txtHistoryUrl);
+    serviceLayout->addRow(QStringLiteral("Current quote:"), txtQuoteUrl);
+    serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
+
+    Command1 = new QPushButton(QStringLiteral("&OK"), this);
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command1->setDefault(true);
+    Command2 = new QPushButton(QStringLiteral("Apply"), this);
+    Command2->setObjectName(QStringLiteral("Command2"));
+    Command3 = new QPushButton(QStringLiteral("Cancel"), this);
+    Command3->setObjectName(QStringLiteral("Command3"));
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(Command1);
+    buttons->addWidget(Command2);
+    buttons->addWidget(Command3);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(Check1);
+    layout->addWidget(threads);
+    layout->addWidget(Check2);
+    layout->addWidget(service);
+    layout->addLayout(buttons);
+
+    connect(Slider1, &QSlider::valueChanged, Label1, [this](int value) { Label1->setText(QString::number(value)); });
+    connect(Command1, &QPushButton::clicked, this, &frmSettings::Command1_Click);
+    connect(Command2, &QPushButton::clicked, this, &frmSettings::Command2_Click);
+    connect(Command3, &QPushButton::clicked, this, &QDialog::reject);
+
+    Form_Load();
+    adjustSize();
+    centreOnScreen(*this);
+}
+
+void frmSettings::Form_Load()
+{
+    QSettings& settings = *m_context.settings;
+    Check2->setChecked(settings.value(showTipsAtStartupKey(), QStringLiteral("1")).toString() == u"1");
+    txtHistoryUrl->setText(settings.value(QLatin1String(download::HistoryUrlKey)).toString());
+    txtQuoteUrl->setText(settings.value(QLatin1String(download::QuoteUrlKey)).toString());
+    txtIntradayChartUrl->setText(settings.value(symbols::kIntradayChartUrlKey).toString());
+    Label1->setText(QString::number(Slider1->value()));
+    try {
+        const symbols::Options options = symbols::readOptions(m_context);
+        Check1->setChecked(options.s1 != 0);
+        Slider1->setValue(options.s2);
+    } catch (const symbols::DatabaseError& error) {
+        showFailure(m_context, this, error.text());
+    }
+}
+
+QString frmSettings::addressProblem() const
+{
+    if (QString problem = download::checkServiceAddress(txtHistoryUrl->text()); !problem.isEmpty())
+        return QStringLiteral("Daily history: %1").arg(problem);
+    if (QString problem = download::checkServiceAddress(txtQuoteUrl->text()); !problem.isEmpty())
+        return QStringLiteral("Current quote: %1").arg(problem);
+    if (QString problem = symbols::checkIntradayChartUrl(txtIntradayChartUrl->text()); !problem.isEmpty())
+        return QStringLiteral("Intraday chart page: %1").arg(problem);
+    return {};
+}
+
+bool frmSettings::Command2_Click()
+{
+    if (const QString problem = addressProblem(); !problem.isEmpty()) {
+        m_context.prompter->information(this, QStringLiteral("Settings"), problem, Prompter::Icon::Warning);
+        return false;
+    }
+    const symbols::Options options{qint16(Check1->isChecked() ? 1 : 0), qint16(Slider1->value())};
+    try {
+        symbols::writeOptions(m_context, options);
+    } catch (const symbols::DatabaseError& error) {
+        showFailure(m_context, this, error.text());
+        return false;
+    }
+    m_context.state.s1 = options.s1;
+    m_context.state.s2 = options.s2;
+    QSettings& settings = *m_context.settings;
+    settings.setValue(showTipsAtStartupKey(), Check2->isChecked() ? QStringLiteral("1") : QStringLiteral("0"));
+    settings.setValue(QLatin1String(download::HistoryUrlKey), txtHistoryUrl->text().trimmed());
+    settings.setValue(QLatin1String(download::QuoteUrlKey), txtQuoteUrl->text().trimmed());
+    settings.setValue(symbols::kIntradayChartUrlKey, txtIntradayChartUrl->text().trimmed());
+    return true;
+}
+
+void frmSettings::Command1_Click()
+{
+    if (Command2_Click())
+        accept();
+}
+
+} // namespace app

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QDialog>
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QSlider;
+
+namespace app {
+
+struct AppContext;
+
+// "Settings": weekend downloads and the threads value (kept in the symbol database), the tip of the day
+// at start-up, and the addresses of the quote service.
+class frmSettings : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit frmSettings(AppContext& context, QWidget* parent = nullptr);
+
+    // Saves everything, or nothing when an address is unusable or the database refuses; the user is told
+    // why. True when saved.
+    bool Command2_Click();
+    void Command1_Click();
+
+    QCheckBox* Check1;
+    QSlider* Slider1;
+    QLabel* Label1;
+    QCheckBox* Check2;
+    QLineEdit* txtHistoryUrl;
+    QLineEdit* txtQuoteUrl;
+    QLineEdit* txtIntradayChartUrl;
+    QPushButton* Command1;
+    QPushButton* Command2;
+    QPushButton* Command3;
+
+private:
+    void Form_Load();
+    QString addressProblem() const;
+
+    AppContext& m_context;
+};
+
+} // namespace app

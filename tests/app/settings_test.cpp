@@ -1,0 +1,138 @@
+#include "download/httpchannel.h"
+#include "frmsettings.h"
+#include "frmtip.h"
+#include "placehelper.h"
+#include "symbolsdb.h"
+#include "testcontext.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QSlider>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing_support::TestContext;
+
+class SettingsTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(context.installProgramFile(symbols::kDatabaseFileName)); }
+
+    symbols::Options stored() { return symbols::readOptions(context); }
+
+    TestContext context;
+};
+
+TEST_F(SettingsTest, OpensWithTheStoredOptionsAndTipsOnWhenTheKeyIsMissing)
+{
+    symbols::writeOptions(context, {1, 3});
+    app::frmSettings settings(context);
+    EXPECT_TRUE(settings.Check1->isChecked());
+    EXPECT_EQ(settings.Slider1->value(), 3);
+    EXPECT_EQ(settings.Label1->text(), QStringLiteral("3"));
+    EXPECT_TRUE(settings.Check2->isChecked());
+    EXPECT_EQ(settings.Slider1->minimum(), 1);
+    EXPECT_EQ(settings.Slider1->maximum(), 5);
+}
+
+TEST_F(SettingsTest, ApplyStoresEverythingAndCancelNothing)
+{
+    symbols::writeOptions(context, {5, 1}); // any non-zero s1 ticks the box, and unticking stores 0
+    {
+        app::frmSettings settings(context);
+        ASSERT_TRUE(settings.Check1->isChecked());
+        settings.Check1->setChecked(false);
+        settings.Slider1->setValue(4);
+        EXPECT_EQ(settings.Label1->text(), QStringLiteral("4"));
+        settings.Check2->setChecked(false);
+        settings.txtHistoryUrl->setText(QStringLiteral(" http://127.0.0.1:8080 "));
+        settings.Command2->click();
+    }
+    EXPECT_EQ(stored().s1, 0);
+    EXPECT_EQ(stored().s2, 4);
+    EXPECT_EQ(context->state.s1, 0);
+    EXPECT_EQ(context->state.s2, 4);
+    EXPECT_EQ(context->settings->value(app::showTipsAtStartupKey()).toString(), QStringLiteral("0"));
+    EXPECT_EQ(context->settings->value(QLatin1String(download::HistoryUrlKey)).toString(),
+              QStringLiteral("http://127.0.0.1:8080"));
+
+    app::frmSettings again(context);
+    again.Slider1->setValue(2);
+    again.Check1->setChecked(true);
+    again.Command3->click();
+    EXPECT_EQ(stored().s2, 4);
+    EXPECT_EQ(context->state.s2, 4);
+    EXPECT_EQ(again.result(), int(QDialog::Rejected));
+}
+
+TEST_F(SettingsTest, OkAppliesAndCloses)
+{
+    app::frmSettings settings(context);
+    settings.Check1->setChecked(true);
+    settings.Command1->click();
+    EXPECT_EQ(settings.result(), int(QDialog::Accepted));
+    EXPECT_EQ(stored().s1, 1);
+    EXPECT_EQ(context->state.s1, 1);
+}
+
+struct AddressCase
+{
+    const char* field;
+    const char* address;
+};
+
+class SettingsAddressTest
+    : public SettingsTest
+    , public ::testing::WithParamInterface<AddressCase>
+{};
+
+TEST_P(SettingsAddressTest, AnUnusableAddressIsRefusedAndNothingSaved)
+{
+    app::frmSettings settings(context);
+    settings.findChild<QLineEdit*>(QLatin1String(GetParam().field))->setText(QLatin1String(GetParam().address));
+    settings.Slider1->setValue(5);
+    settings.Command1->click();
+
+    ASSERT_EQ(context.prompter().prompts.size(), 1);
+    EXPECT_TRUE(context.prompter().prompts[0].text.contains(QLatin1String(GetParam().address)));
+    EXPECT_NE(settings.result(), int(QDialog::Accepted));
+    EXPECT_EQ(stored().s2, 1);
+    EXPECT_EQ(context->state.s2, 0);
+    EXPECT_TRUE(context->settings->allKeys().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Addresses,
+                         SettingsAddressTest,
+                         ::testing::Values(AddressCase{"txtHistoryUrl", "quotes.example.net"},
+                                           AddressCase{"txtHistoryUrl", "ftp://quotes.example.net"},
+                                           AddressCase{"txtQuoteUrl", "https://quotes.example.net/d/quotes.csv"},
+                                           AddressCase{"txtIntradayChartUrl", "file:///etc/passwd"},
+                                           AddressCase{"txtIntradayChartUrl", "charts {symbol}"}));
+
+TEST_F(SettingsTest, AnIntradayTemplateWithTheSymbolIsAccepted)
+{
+    app::frmSettings settings(context);
+    settings.txtIntradayChartUrl->setText(QStringLiteral("https://charts.example.net/intraday?s={symbol}&range=1d"));
+    settings.Command2->click();
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    EXPECT_EQ(context->settings->value(symbols::kIntradayChartUrlKey).toString(),
+              QStringLiteral("https://charts.example.net/intraday?s={symbol}&range=1d"));
+}
+
+TEST(SettingsWithoutDatabaseTest, ShowsTheEnginesErrorAndSavesNothing)
+{
+    TestContext context;
+    app::frmSettings settings(context);
+    ASSERT_EQ(context.prompter().messages().size(), 1);
+    settings.Command1->click();
+    EXPECT_EQ(context.prompter().messages().size(), 2);
+    EXPECT_NE(settings.result(), int(QDialog::Accepted));
+    EXPECT_FALSE(context->settings->contains(app::showTipsAtStartupKey()));
+}
+
+} // namespace
