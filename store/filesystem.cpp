@@ -109,7 +109,19 @@ QStringList FileSystem::folderNames(const QString& folder)
     return QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
 }
 
-const char* const FolderLock::fileName = "TICKSMITH.LCK";
+namespace {
+
+QLatin1String lockName(FolderLock::Kind kind)
+{
+    return kind == FolderLock::Kind::Session ? QLatin1String("TICKSMITH.LCK") : QLatin1String("TICKSMITH.ULK");
+}
+
+} // namespace
+
+bool FolderLock::isLockFile(const QString& name)
+{
+    return name == lockName(Kind::Session) || name == lockName(Kind::Update);
+}
 
 FolderLock::FolderLock(std::unique_ptr<QLockFile> file)
     : m_file(std::move(file))
@@ -117,11 +129,14 @@ FolderLock::FolderLock(std::unique_ptr<QLockFile> file)
 
 FolderLock::~FolderLock() = default;
 
-Status
-FolderLock::acquire(FileSystem& fs, const QString& folder, bool mayProceedUnlocked, std::unique_ptr<FolderLock>& lock)
+Status FolderLock::acquire(FileSystem& fs,
+                           const QString& folder,
+                           Kind kind,
+                           bool mayProceedUnlocked,
+                           std::unique_ptr<FolderLock>& lock)
 {
     lock.reset();
-    auto file = std::make_unique<QLockFile>(QDir(folder).filePath(QLatin1String(fileName)));
+    auto file = std::make_unique<QLockFile>(QDir(folder).filePath(lockName(kind)));
     // A lock older than this belongs to a program that hung; a crashed one is detected by its process id.
     file->setStaleLockTime(10 * 60 * 1000);
     if (file->tryLock(fs.lockTimeoutMs)) {

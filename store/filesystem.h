@@ -40,11 +40,19 @@ public:
     int lockTimeoutMs = 10000;
 };
 
-// Held while a folder is being written (or while a reader takes its snapshot); released on destruction.
-// Other processes of this program and other objects of this process see the folder as busy meanwhile.
+// A lock on a folder, released on destruction; other processes of this program and other objects of
+// this process wait for it. There are two: a writer holds the Session lock from OpenFolder to
+// CloseFolder, so writers take turns; the Update lock is held only while files are replaced (and while
+// a reader reads), so readers never wait for a writer that is merely open, and never see half an update.
 class FolderLock
 {
 public:
+    enum class Kind
+    {
+        Session,
+        Update,
+    };
+
     ~FolderLock();
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
@@ -52,11 +60,14 @@ public:
     // Waits up to the file system's lock timeout. When the folder cannot hold a lock file at all
     // (read-only medium) and `mayProceedUnlocked` is set, the result is ok with `lock` left empty,
     // because then nobody can write the folder either.
-    [[nodiscard]] static Status
-    acquire(FileSystem& fs, const QString& folder, bool mayProceedUnlocked, std::unique_ptr<FolderLock>& lock);
+    [[nodiscard]] static Status acquire(FileSystem& fs,
+                                        const QString& folder,
+                                        Kind kind,
+                                        bool mayProceedUnlocked,
+                                        std::unique_ptr<FolderLock>& lock);
 
-    // The name of the lock file in a locked folder; folder scans ignore it.
-    static const char* const fileName;
+    // True for the names of the lock files, which live in the locked folder while it is locked.
+    static bool isLockFile(const QString& name);
 
 private:
     explicit FolderLock(std::unique_ptr<QLockFile> file);

@@ -26,7 +26,7 @@ MetaStockReader::~MetaStockReader() = default;
 Status MetaStockReader::loadIndex(bool selecting)
 {
     std::unique_ptr<FolderLock> lock;
-    if (Status s = FolderLock::acquire(m_fs, m_folder, true, lock); !s.ok())
+    if (Status s = FolderLock::acquire(m_fs, m_folder, FolderLock::Kind::Update, true, lock); !s.ok())
         return s;
     if (lock) {
         if (Status s = recoverFolder(m_fs, m_folder); !s.ok())
