@@ -6,6 +6,7 @@
 #include <QLockFile>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace store {
@@ -107,6 +108,30 @@ QStringList FileSystem::fileNames(const QString& folder)
 QStringList FileSystem::folderNames(const QString& folder)
 {
     return QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+QString FileSystem::stamp(const QString& folder)
+{
+    // Every replacement renames a new file into place, so the inode number alone tells most changes;
+    // the times catch an inode that was freed and given out again.
+    QString text;
+    for (const QString& name : fileNames(folder)) {
+        const QString upper = name.toUpper();
+        if (upper != u"MASTER" && upper != u"EMASTER" && upper != u"XMASTER")
+            continue;
+        struct stat info;
+        if (::stat(QFile::encodeName(QDir(folder).filePath(name)).constData(), &info) != 0)
+            continue;
+        text += QStringLiteral("%1/%2/%3/%4.%5/%6.%7;")
+                    .arg(name)
+                    .arg(quint64(info.st_ino))
+                    .arg(qint64(info.st_size))
+                    .arg(qint64(info.st_mtim.tv_sec))
+                    .arg(qint64(info.st_mtim.tv_nsec))
+                    .arg(qint64(info.st_ctim.tv_sec))
+                    .arg(qint64(info.st_ctim.tv_nsec));
+    }
+    return text;
 }
 
 namespace {

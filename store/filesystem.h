@@ -35,6 +35,9 @@ public:
     // Names of the plain files (or of the subfolders) of a folder, sorted.
     virtual QStringList fileNames(const QString& folder);
     virtual QStringList folderNames(const QString& folder);
+    // Changes whenever an index file of the folder (MASTER, EMASTER, XMASTER) is replaced, added or
+    // removed; readers use it to skip reading an unchanged index again.
+    virtual QString stamp(const QString& folder);
 
     // How long a writer waits for another writer of the same folder before it gives up with Busy.
     int lockTimeoutMs = 10000;

@@ -32,36 +32,43 @@ Status MetaStockReader::loadIndex(bool selecting)
         if (Status s = recoverFolder(m_fs, m_folder); !s.ok())
             return s;
     }
-    metastock::FolderIndex index;
-    metastock::Problems problems;
-    if (Status s = metastock::readFolderIndex(m_fs, m_folder, index, problems); !s.ok())
-        return s;
-    if (!lock) {
-        for (const QString& name : std::as_const(index.files)) {
-            if (isTransactionFile(name))
-                return Status::error(
-                    ErrorCode::Damaged,
-                    QStringLiteral("%1: an update of the folder was interrupted; open it for writing to finish it")
-                        .arg(name));
+    // The index is read again only when a writer changed it; large folders have large index files.
+    const QString stamp = m_fs.stamp(m_folder);
+    if (!selecting || stamp != m_stamp) {
+        metastock::FolderIndex index;
+        metastock::Problems problems;
+        if (Status s = metastock::readFolderIndex(m_fs, m_folder, index, problems); !s.ok())
+            return s;
+        if (Status s = metastock::damageStatus(problems); !s.ok())
+            return s;
+        if (!lock) {
+            for (const QString& name : std::as_const(index.files)) {
+                if (isTransactionFile(name))
+                    return Status::error(ErrorCode::Damaged,
+                                         QStringLiteral("%1: an update of the folder was interrupted; open it for "
+                                                        "writing to finish it")
+                                             .arg(name));
+            }
+        }
+        m_index = std::move(index);
+        m_stamp = stamp;
+        if (!selecting) {
+            m_securities.clear();
+            for (const IndexEntry* entry : m_index.securities())
+                m_securities.push_back(*entry);
         }
     }
-    if (Status s = metastock::damageStatus(problems); !s.ok())
-        return s;
-    std::vector<IndexEntry> securities;
-    for (const IndexEntry* entry : index.securities())
-        securities.push_back(*entry);
-    if (!selecting) {
-        m_securities = std::move(securities);
+    if (!selecting)
         return {};
-    }
-    // Selecting: the current security and its bars come from this state.
-    for (IndexEntry& entry : securities) {
-        if (entry.fileNumber != m_current->fileNumber)
+    // Selecting: the current security's header and bars come from this state of the folder.
+    for (const IndexEntry* entry : m_index.securities()) {
+        if (entry->fileNumber != m_current->fileNumber)
             continue;
+        metastock::Problems problems;
         std::vector<Bar> bars;
-        if (Status s = metastock::readBars(m_fs, index, entry, bars, problems); !s.ok())
+        if (Status s = metastock::readBars(m_fs, m_index, *entry, bars, problems); !s.ok())
             return s;
-        m_current = entry;
+        m_current = *entry;
         m_bars = std::move(bars);
         return {};
     }

@@ -2,6 +2,7 @@
 
 #include "filesystem.h"
 #include "metastock/datafile.h"
+#include "metastock/folder.h"
 #include "metastock/indexfiles.h"
 #include "securitytypes.h"
 #include "status.h"
@@ -84,6 +85,8 @@ private:
     std::unique_ptr<FileSystem> m_ownFs;
     FileSystem& m_fs;
     QString m_folder;
+    metastock::FolderIndex m_index;
+    QString m_stamp; // of the index files m_index was read from
     bool m_open = false;
     std::vector<metastock::IndexEntry> m_securities; // file-number order
     size_t m_next = 0;
