@@ -1,11 +1,209 @@
+// The folder commands: list, bars, create, check.
+
 #include "command.h"
+#include "store/arguments.h"
+#include "store/filesystem.h"
+#include "store/metastock/folder.h"
+#include "store/metastock/report.h"
+#include "store/metastockreader.h"
+#include "store/metastockwriter.h"
 
 namespace cli {
 
-// The folder commands (list, bars, create, check) arrive with the data component.
+namespace {
+
+// Refused arguments and folders that cannot be read are usage errors; everything else that fails
+// (a busy folder, a failed write) is a problem of the run.
+int exitFor(const store::Status& status)
+{
+    switch (status.code()) {
+    case store::ErrorCode::None:
+        return Success;
+    case store::ErrorCode::InvalidArgument:
+    case store::ErrorCode::NotFound:
+    case store::ErrorCode::Damaged:
+        return Usage;
+    default:
+        return Problems;
+    }
+}
+
+int fail(Io& io, const store::Status& status)
+{
+    io.err << "ticksmith-cli: " << status.text() << "\n";
+    return exitFor(status);
+}
+
+int usage(Io& io, const char* synopsis)
+{
+    io.err << "Usage: ticksmith-cli " << synopsis << "\n";
+    return Usage;
+}
+
+QString isoDate(qint32 date)
+{
+    if (date == 0)
+        return QStringLiteral("N/A");
+    return QStringLiteral("%1-%2-%3")
+        .arg(date / 10000, 4, 10, QChar(u'0'))
+        .arg(date / 100 % 100, 2, 10, QChar(u'0'))
+        .arg(date % 100, 2, 10, QChar(u'0'));
+}
+
+QString periodicityName(qint32 code)
+{
+    static const char* const names[] = {"Other", "Daily", "Weekly", "Monthly"};
+    return QLatin1String(names[code >= 0 && code <= 3 ? code : 0]);
+}
+
+int list(const QStringList& arguments, Io& io)
+{
+    if (arguments.size() != 1)
+        return usage(io, "list FOLDER");
+    store::MetaStockReader reader;
+    if (store::Status s = reader.OpenFolder(arguments[0]); !s.ok())
+        return fail(io, s);
+    int result = Success;
+    qint32 more = 0;
+    while (reader.HasMoreSecurities(more).ok() && more > 0) {
+        store::SecurityDescriptor security;
+        if (store::Status s = reader.NextSecurity(); !s.ok())
+            return fail(io, s);
+        if (store::Status s = reader.GetSecurity(security); !s.ok())
+            return fail(io, s);
+        QString bars = QStringLiteral("?");
+        qint32 count = 0;
+        if (store::Status s = reader.SelectSecurity(security.symbol); !s.ok()) {
+            io.err << "ticksmith-cli: " << s.text() << "\n";
+            result = Problems;
+        } else if (reader.GetBarCount(count).ok()) {
+            bars = QString::number(count);
+        }
+        (void)reader.CloseSecurity();
+        io.out << security.symbol << '\t' << security.name << '\t' << security.fileName << '\t'
+               << periodicityName(security.periodicity) << '\t' << isoDate(security.firstDate) << '\t'
+               << isoDate(security.lastDate) << '\t' << bars << '\n';
+    }
+    (void)reader.Close();
+    return result;
+}
+
+int bars(const QStringList& arguments, Io& io)
+{
+    if (arguments.isEmpty() || arguments.size() > 2)
+        return usage(io, "bars FOLDER [SYMBOL]");
+    store::FileSystem fs;
+    store::metastock::FolderIndex index;
+    store::metastock::Problems problems;
+    if (store::Status s = store::metastock::readFolderIndex(fs, arguments[0], index, problems); !s.ok())
+        return fail(io, s);
+    if (store::Status s = store::metastock::damageStatus(problems); !s.ok())
+        return fail(io, s);
+    int result = Success;
+    bool found = arguments.size() == 1;
+    io.out << QLatin1String(store::metastock::barsCsvHeader()) << '\n';
+    for (const store::metastock::IndexEntry* entry : index.securities()) {
+        if (arguments.size() == 2 && !store::sameSymbol(entry->symbol, arguments[1]))
+            continue;
+        found = true;
+        std::vector<store::metastock::Bar> bars;
+        if (store::Status s = store::metastock::readBars(fs, index, *entry, bars, problems); !s.ok()) {
+            io.err << "ticksmith-cli: " << s.text() << "\n";
+            result = Problems;
+            continue;
+        }
+        for (const store::metastock::Bar& bar : bars)
+            io.out << QLatin1String(store::metastock::barsCsvLine(entry->symbol, entry->fields, bar)) << '\n';
+    }
+    if (!found)
+        return fail(io,
+                    store::Status::error(
+                        store::ErrorCode::NotFound,
+                        QStringLiteral("The folder holds no security with the symbol \"%1\"").arg(arguments[1])));
+    return result;
+}
+
+int create(const QStringList& arguments, Io& io)
+{
+    const char* synopsis = "create FOLDER SYMBOL NAME FIRSTDATE [--periodicity daily|weekly|monthly]";
+    QStringList positional;
+    qint32 periodicity = store::Daily;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] != u"--periodicity") {
+            positional << arguments[i];
+            continue;
+        }
+        const QString value = i + 1 < arguments.size() ? arguments[++i].toLower() : QString();
+        const QStringList names{QStringLiteral("daily"), QStringLiteral("weekly"), QStringLiteral("monthly")};
+        if (!names.contains(value))
+            return usage(io, synopsis);
+        periodicity = static_cast<qint32>(names.indexOf(value)) + 1;
+    }
+    if (positional.size() != 4)
+        return usage(io, synopsis);
+    const QString& folder = positional[0];
+    const QString& symbol = positional[1];
+    qint32 firstDate = 0;
+    if (store::Status s = store::parseDateText(QString(positional[3]).remove(u'-'), firstDate); !s.ok())
+        return fail(io, s);
+
+    // The order the create-security window uses.
+    store::MetaStockWriter writer;
+    if (store::Status s = writer.CreateFolder(folder); !s.ok())
+        return fail(io, s);
+    if (store::Status s = writer.OpenFolder(folder); !s.ok())
+        return fail(io, s);
+    bool exists = false;
+    store::Status status = writer.SecurityExists(symbol, exists);
+    if (status.ok() && exists)
+        status = store::Status::error(store::ErrorCode::AlreadyExists,
+                                      QStringLiteral("A security with the symbol \"%1\" exists already").arg(symbol));
+    if (status.ok())
+        status = writer.CreateSecurity(symbol, positional[2], periodicity);
+    if (status.ok())
+        status = writer.AddBar(firstDate, 0, 0, 0, 0, 0, 0, 0);
+    if (status.ok())
+        status = writer.DeleteBar(QString::number(firstDate));
+    if (status.ok())
+        status = writer.CloseSecurity();
+    const store::Status closed = writer.CloseFolder();
+    if (status.ok())
+        status = closed;
+    return status.ok() ? Success : fail(io, status);
+}
+
+int check(const QStringList& arguments, Io& io)
+{
+    if (arguments.size() != 1)
+        return usage(io, "check FOLDER");
+    store::FileSystem fs;
+    store::metastock::Problems problems;
+    if (store::Status s = store::metastock::checkFolder(fs, arguments[0], problems); !s.ok())
+        return fail(io, s);
+    for (const store::metastock::Problem& problem : problems)
+        io.out << problem.file << ": " << problem.text << '\n';
+    if (!problems.empty())
+        return Problems;
+    io.out << "No problems found\n";
+    return Success;
+}
+
+} // namespace
+
 std::vector<Command> storeCommands()
 {
-    return {};
+    return {
+        {"list",
+         "FOLDER",
+         "One line per security: symbol, name, data file, periodicity, first and last date, bars",
+         list},
+        {"bars", "FOLDER [SYMBOL]", "Every bar as CSV (symbol,date,time,open,high,low,close,volume,openint)", bars},
+        {"create",
+         "FOLDER SYMBOL NAME FIRSTDATE [--periodicity daily|weekly|monthly]",
+         "Creates a security without bars, starting at FIRSTDATE (yyyymmdd)",
+         create},
+        {"check", "FOLDER", "Checks every index entry and data file; lists each problem with its file", check},
+    };
 }
 
 } // namespace cli

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "status.h"
+
+#include <QString>
+
+namespace store {
+
+// The checks of what callers hand to the data component, in one place so that the writer, the reader
+// and the search agree on them.
+
+// A symbol as stored: trimmed, ASCII letters in upper case, 1 to 14 Latin-1 characters. A longer one is
+// refused, never cut, because two cut symbols could name one security.
+Status normalizeSymbol(const QString& text, QString& symbol);
+// A name as stored: trimmed, up to 45 Latin-1 characters (the first 16 go to MASTER, the whole name to
+// EMASTER or XMASTER).
+Status normalizeName(const QString& text, QString& name);
+// Symbols compare without regard to the case of ASCII letters.
+bool sameSymbol(const QString& a, const QString& b);
+bool sameName(const QString& a, const QString& b);
+
+// A date given as the text "yyyymmdd": exactly eight digits naming a date from 1900-01-01 to 2099-12-31.
+Status parseDateText(const QString& text, qint32& date);
+Status checkDate(qint32 date);
+// A price, volume or open interest the folder can hold: finite and below 2^127 in magnitude.
+Status checkValue(double value, const char* what);
+
+char periodicityLetter(qint32 code); // 0 for codes other than 1, 2, 3
+qint32 periodicityCode(char letter);
+
+} // namespace store

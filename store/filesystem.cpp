@@ -1,0 +1,180 @@
+#include "filesystem.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLockFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace store {
+
+namespace {
+
+Status ioError(const QString& what, const QString& path, const QString& reason)
+{
+    return Status::error(ErrorCode::Io, QStringLiteral("%1 %2: %3").arg(what, QDir::toNativeSeparators(path), reason));
+}
+
+// fsync through a fresh descriptor: POSIX flushes a file's data whichever descriptor asks, and the same
+// call on a folder makes its renames and removals durable.
+Status syncPath(const QString& path, bool folder)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), folder ? (O_RDONLY | O_DIRECTORY) : O_RDONLY);
+    if (fd < 0)
+        return ioError(QStringLiteral("Cannot open"), path, QString::fromLocal8Bit(strerror(errno)));
+    const int result = ::fsync(fd);
+    const int error = errno;
+    ::close(fd);
+    if (result != 0)
+        return ioError(QStringLiteral("Cannot flush"), path, QString::fromLocal8Bit(strerror(error)));
+    return {};
+}
+
+} // namespace
+
+FileSystem::~FileSystem() = default;
+
+Status FileSystem::writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return ioError(QStringLiteral("Cannot create"), path, file.errorString());
+    if (file.write(bytes) != bytes.size() || !file.flush())
+        return ioError(QStringLiteral("Cannot write"), path, file.errorString());
+    return {};
+}
+
+Status FileSystem::syncFile(const QString& path)
+{
+    return syncPath(path, false);
+}
+
+Status FileSystem::rename(const QString& from, const QString& to)
+{
+    if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
+        return ioError(QStringLiteral("Cannot rename"), from, QString::fromLocal8Bit(strerror(errno)));
+    return {};
+}
+
+Status FileSystem::remove(const QString& path)
+{
+    QFile file(path);
+    if (!file.remove())
+        return ioError(QStringLiteral("Cannot delete"), path, file.errorString());
+    return {};
+}
+
+Status FileSystem::syncFolder(const QString& folder)
+{
+    return syncPath(folder, true);
+}
+
+Status FileSystem::readFile(const QString& path, QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return ioError(QStringLiteral("Cannot read"), path, file.errorString());
+    bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return ioError(QStringLiteral("Cannot read"), path, file.errorString());
+    return {};
+}
+
+Status FileSystem::makeFolder(const QString& path)
+{
+    if (!QDir().mkpath(path))
+        return ioError(QStringLiteral("Cannot create the folder"), path, QStringLiteral("refused"));
+    return {};
+}
+
+bool FileSystem::isFolder(const QString& path)
+{
+    return QFileInfo(path).isDir();
+}
+
+bool FileSystem::exists(const QString& path)
+{
+    return QFileInfo::exists(path);
+}
+
+QStringList FileSystem::fileNames(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+}
+
+QStringList FileSystem::folderNames(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+}
+
+QString FileSystem::stamp(const QString& folder)
+{
+    // Every replacement renames a new file into place, so the inode number alone tells most changes;
+    // the times catch an inode that was freed and given out again.
+    QString text;
+    for (const QString& name : fileNames(folder)) {
+        const QString upper = name.toUpper();
+        if (upper != u"MASTER" && upper != u"EMASTER" && upper != u"XMASTER")
+            continue;
+        struct stat info;
+        if (::stat(QFile::encodeName(QDir(folder).filePath(name)).constData(), &info) != 0)
+            continue;
+        text += QStringLiteral("%1/%2/%3/%4.%5/%6.%7;")
+                    .arg(name)
+                    .arg(quint64(info.st_ino))
+                    .arg(qint64(info.st_size))
+                    .arg(qint64(info.st_mtim.tv_sec))
+                    .arg(qint64(info.st_mtim.tv_nsec))
+                    .arg(qint64(info.st_ctim.tv_sec))
+                    .arg(qint64(info.st_ctim.tv_nsec));
+    }
+    return text;
+}
+
+namespace {
+
+QLatin1String lockName(FolderLock::Kind kind)
+{
+    return kind == FolderLock::Kind::Session ? QLatin1String("TICKSMITH.LCK") : QLatin1String("TICKSMITH.ULK");
+}
+
+} // namespace
+
+bool FolderLock::isLockFile(const QString& name)
+{
+    return name == lockName(Kind::Session) || name == lockName(Kind::Update);
+}
+
+FolderLock::FolderLock(std::unique_ptr<QLockFile> file)
+    : m_file(std::move(file))
+{}
+
+FolderLock::~FolderLock() = default;
+
+Status FolderLock::acquire(FileSystem& fs,
+                           const QString& folder,
+                           Kind kind,
+                           bool mayProceedUnlocked,
+                           std::unique_ptr<FolderLock>& lock)
+{
+    lock.reset();
+    auto file = std::make_unique<QLockFile>(QDir(folder).filePath(lockName(kind)));
+    // A lock older than this belongs to a program that hung; a crashed one is detected by its process id.
+    file->setStaleLockTime(10 * 60 * 1000);
+    if (file->tryLock(fs.lockTimeoutMs)) {
+        lock.reset(new FolderLock(std::move(file)));
+        return {};
+    }
+    if (file->error() == QLockFile::LockFailedError)
+        return Status::error(ErrorCode::Busy,
+                             QStringLiteral("The folder %1 is being written by another program or window")
+                                 .arg(QDir::toNativeSeparators(folder)));
+    if (mayProceedUnlocked)
+        return {};
+    return ioError(QStringLiteral("Cannot lock the folder"), folder, QStringLiteral("the lock file cannot be created"));
+}
+
+} // namespace store

@@ -1,0 +1,139 @@
+#pragma once
+
+#include "filesystem.h"
+#include "metastock/datafile.h"
+#include "metastock/folder.h"
+#include "securitytypes.h"
+#include "status.h"
+
+#include <QString>
+
+#include <map>
+#include <memory>
+
+namespace store {
+
+class FolderLock;
+
+// Creates and changes the securities of one MetaStock data folder.
+//
+// Sessions. OpenFolder locks the folder against other writers (a second writer waits up to the file
+// system's lock timeout, then fails with Busy) and CloseFolder releases it. Changes are collected in
+// memory and reach the disk at Commit, CloseSecurity and CloseFolder, each of which writes everything
+// changed so far as one all-or-nothing step: after a crash the folder is as it was before that step or
+// as it is after it. Dropping the object without CloseFolder discards unwritten changes. When a write
+// fails, nothing on disk has changed and the changes stay pending, so a later Commit or CloseFolder
+// tries again.
+//
+// Securities. New securities are daily files of 7 fields (date, open, high, low, close, volume, open
+// interest) with the lowest free number F1.DAT..F255.DAT, listed in MASTER and EMASTER; beyond 255 they
+// go to F256.MWD and on, listed in XMASTER. Symbols are at most 14 characters and names at most 45;
+// longer text, characters outside Latin-1 and control characters are refused with InvalidArgument,
+// never cut. Symbols are kept in upper case (ASCII letters) and compared without regard to case; names
+// are compared the same way. Periodicity codes are 1 daily, 2 weekly, 3 monthly.
+//
+// Bars. A security's bars stay in date order and hold at most one bar per date: AddBar inserts an older
+// bar in its place and replaces a bar of the same date. Intraday securities can be read but not
+// changed (Unsupported). Dates outside 1900-01-01..2099-12-31 and values MBF cannot hold (NaN,
+// infinities, magnitudes of 2^127 or more) are refused; values are stored as single-precision numbers.
+// The index dates follow the bars; a security without bars keeps the first date it was given (the
+// date of the first bar ever added) and reports it as its first and last date, so a download can start
+// from it.
+class MetaStockWriter
+{
+public:
+    MetaStockWriter();
+    // Works through `fs`, which must outlive the writer (tests pass one that fails on purpose).
+    explicit MetaStockWriter(FileSystem& fs);
+    ~MetaStockWriter();
+    MetaStockWriter(const MetaStockWriter&) = delete;
+    MetaStockWriter& operator=(const MetaStockWriter&) = delete;
+
+    // Adds a new security without bars to the open folder and selects it. Fails with AlreadyExists
+    // when the symbol is taken.
+    [[nodiscard]] Status CreateSecurity(const QString& symbol, const QString& name, qint32 periodicity);
+    // Adds or replaces the bar of `date` (yyyymmdd) in the selected security. Daily files store no time:
+    // `time` is accepted and not kept.
+    [[nodiscard]] Status AddBar(qint32 date,
+                                qint32 time,
+                                double open,
+                                double high,
+                                double low,
+                                double close,
+                                double volume,
+                                double openInterest);
+    // Writes what is pending and releases the folder, also when the write fails.
+    [[nodiscard]] Status CloseFolder();
+    // Creates the directory and any missing parents. A directory without index files opens as an empty
+    // folder; its index files are written with its first security.
+    [[nodiscard]] Status CreateFolder(const QString& folder);
+    // Fails with NotFound for a missing directory, Busy when another writer holds it, Damaged (naming
+    // the file) when its index files cannot be rewritten safely. Finishes an update a crash interrupted.
+    [[nodiscard]] Status OpenFolder(const QString& folder);
+    // Selects by the security's name as the reader reports it, the first match when names repeat.
+    [[nodiscard]] Status SelectSecurityByName(const QString& name);
+    [[nodiscard]] Status SelectSecurity(const QString& symbol);
+    // Removes the index entry and the data file.
+    [[nodiscard]] Status DeleteSecurity(const QString& symbol);
+    // Removes the bar of `date` ("yyyymmdd"); NotFound when there is none, and nothing changes.
+    [[nodiscard]] Status DeleteBar(const QString& date);
+    // Removes the bars from `fromDate` to `toDate`, both included; a start after the end removes nothing.
+    [[nodiscard]] Status DeleteBarsBetween(const QString& fromDate, const QString& toDate);
+    // Replaces the values of the bar of `date`; NotFound when there is none, and nothing changes.
+    // `timeText` and `time` are accepted and not kept, as for AddBar.
+    [[nodiscard]] Status ChangeBar(const QString& date,
+                                   const QString& timeText,
+                                   qint32 time,
+                                   double open,
+                                   double high,
+                                   double low,
+                                   double close,
+                                   double volume,
+                                   double openInterest);
+    // Renames the security of `currentSymbol`; AlreadyExists when another security has `newSymbol`.
+    [[nodiscard]] Status ChangeSecurity(const QString& currentSymbol, const QString& newName, const QString& newSymbol);
+    [[nodiscard]] Status SecurityExists(const QString& symbol, bool& exists);
+    // Writes what is pending and ends the selection. Succeeds and does nothing when no security is
+    // selected, also after CloseFolder (one calling order closes the folder first).
+    [[nodiscard]] Status CloseSecurity();
+    [[nodiscard]] Status BarExists(const QString& date, bool& exists);
+    // Writes what is pending.
+    [[nodiscard]] Status Commit();
+
+    // The same as AddBar with the fields of `bar`.
+    [[nodiscard]] Status AddBar(const PriceBar& bar);
+
+private:
+    using Bars = std::map<qint32, metastock::Bar>;
+
+    struct LoadedBars
+    {
+        Bars bars;
+        bool changed = false;
+    };
+
+    Status requireOpen() const;
+    Status requireBars(LoadedBars*& loaded);
+    Status select(metastock::IndexEntry* entry);
+    Status loadBars(const metastock::IndexEntry& entry);
+    Status flush();
+    Status
+    checkBarValues(qint32 date, double open, double high, double low, double close, double volume, double openInterest);
+    metastock::IndexEntry* findSymbol(const QString& symbol);
+    metastock::IndexEntry* findFileNumber(int fileNumber);
+    void barsChanged(metastock::IndexEntry& entry, LoadedBars& loaded);
+    int newFileNumber() const;
+    bool fileNumberFree(int number) const;
+
+    std::unique_ptr<FileSystem> m_ownFs;
+    FileSystem& m_fs;
+    std::unique_ptr<FolderLock> m_lock;
+    bool m_open = false;
+    metastock::FolderIndex m_index;
+    bool m_indexChanged = false;
+    std::map<int, LoadedBars> m_loaded; // by file number
+    QStringList m_removedFiles;
+    int m_selected = 0; // file number, 0 when none
+};
+
+} // namespace store

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "filesystem.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+namespace store {
+
+// Replaces and deletes several files of one folder as one step: after a crash at any point the folder
+// holds either all old files or all new ones.
+//
+// Each new file is first written beside its target under a temporary name and flushed. Then a journal
+// listing the replacements and deletions is written, flushed and renamed into place: that rename is the
+// moment the change happens. Afterwards the temporary files are renamed over their targets, the deleted
+// files removed and the journal deleted. Opening the folder again (recoverFolder) finishes a change
+// whose journal exists and throws away temporary files of one whose journal does not. Readers that take
+// the folder lock therefore never see a data file whose header disagrees with its size, or an index
+// that mentions a file not yet written.
+class Transaction
+{
+public:
+    Transaction(FileSystem& fs, const QString& folder);
+
+    // `name` is the file's name inside the folder, with the case it has (or will have) there.
+    void replace(const QString& name, const QByteArray& bytes);
+    void remove(const QString& name);
+
+    bool isEmpty() const { return m_replacements.empty() && m_removals.empty(); }
+
+    // On an error before the journal is in place nothing has changed and the temporary files are gone
+    // (as far as the file system lets us delete them). An error after it means the change is made but
+    // not yet tidied up; `committed` tells the two apart, and the next recoverFolder finishes the work.
+    Status commit(bool& committed);
+
+private:
+    struct Replacement
+    {
+        QString name;
+        QByteArray bytes;
+    };
+
+    QString path(const QString& name) const;
+
+    FileSystem& m_fs;
+    QString m_folder;
+    std::vector<Replacement> m_replacements;
+    QStringList m_removals;
+};
+
+// Finishes or undoes an interrupted Transaction in `folder` (see there). Needs the folder lock.
+Status recoverFolder(FileSystem& fs, const QString& folder);
+
+// True for the names of the journal and temporary files a Transaction leaves while it runs.
+bool isTransactionFile(const QString& name);
+
+} // namespace store

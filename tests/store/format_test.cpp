@@ -1,0 +1,190 @@
+// The number encodings and the data-file layouts, checked against bytes written down by hand from the
+// format's description.
+
+#include "store/metastock/datafile.h"
+#include "store/metastock/mbf.h"
+#include "store/metastock/report.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using namespace store::metastock;
+
+QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
+}
+
+struct MbfCase
+{
+    double value;
+    const char* bytes; // in file order
+};
+
+class MbfTest : public ::testing::TestWithParam<MbfCase>
+{};
+
+TEST_P(MbfTest, ConvertsBothWays)
+{
+    const QByteArray bytes = hex(GetParam().bytes);
+    const auto word = floatToMbf(GetParam().value);
+    ASSERT_TRUE(word.has_value());
+    EXPECT_EQ(*word, readU32(bytes.constData()));
+    EXPECT_EQ(mbfToFloat(readU32(bytes.constData())), static_cast<float>(GetParam().value));
+}
+
+INSTANTIATE_TEST_SUITE_P(Values,
+                         MbfTest,
+                         ::testing::Values(MbfCase{0.0, "00 00 00 00"},
+                                           MbfCase{0.5, "00 00 00 80"},
+                                           MbfCase{1.0, "00 00 00 81"},
+                                           MbfCase{-1.0, "00 00 80 81"},
+                                           MbfCase{12.75, "00 00 4C 84"},
+                                           MbfCase{79.97, "A4 F0 1F 87"},
+                                           MbfCase{1050101, "A8 2F 00 95"},
+                                           MbfCase{16777217, "00 00 00 99"}, // rounds to 2^24
+                                           MbfCase{90500, "00 C2 30 91"}));
+
+TEST(Mbf, EdgesOfTheRange)
+{
+    EXPECT_EQ(floatToMbf(-0.0), 0u);
+    EXPECT_EQ(floatToMbf(1e-45), 0u); // an IEEE denormal
+    EXPECT_FALSE(floatToMbf(std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_FALSE(floatToMbf(std::numeric_limits<double>::infinity()));
+    EXPECT_FALSE(floatToMbf(-std::ldexp(1.0, 127)));
+    EXPECT_TRUE(floatToMbf(std::ldexp(1.0, 127) * (1 - 1e-7)));
+    // Exponents 1 and 2 lie below the IEEE normal range; the other bytes never matter for exponent 0.
+    EXPECT_EQ(mbfToFloat(0x01FFFFFFu), 0.0f);
+    EXPECT_EQ(mbfToFloat(0x02123456u), 0.0f);
+    EXPECT_EQ(mbfToFloat(0x00FFFFFFu), 0.0f);
+    // Largest MBF exponent: finite.
+    EXPECT_TRUE(std::isfinite(mbfToFloat(0xFF7FFFFFu)));
+}
+
+TEST(Dates, CalendarAndStoredForm)
+{
+    EXPECT_TRUE(isValidDate(19000101));
+    EXPECT_TRUE(isValidDate(20991231));
+    EXPECT_TRUE(isValidDate(20000229));
+    EXPECT_FALSE(isValidDate(19000229));
+    EXPECT_FALSE(isValidDate(18991231));
+    EXPECT_FALSE(isValidDate(21000101));
+    EXPECT_FALSE(isValidDate(20041301));
+    EXPECT_EQ(dateFromStored(storedFromDate(20160229)), 20160229);
+    EXPECT_EQ(dateFromStored(971231.0f), 19971231);
+    EXPECT_EQ(dateFromStored(-5.0f), 0);
+    EXPECT_EQ(dateFromStored(std::numeric_limits<float>::max()), 0);
+}
+
+// One bar of every layout readers know: dated 2005-01-03 09:05:00, open 12.75, high 13.5, low 12.5,
+// close 13, volume 1000, open interest 1000, each field present only when the layout has it.
+struct LayoutCase
+{
+    int count;
+    char periodicity;
+    const char* record; // the bar's fields, in file order
+    const char* line; // as the reference reader prints it
+};
+
+class LayoutTest : public ::testing::TestWithParam<LayoutCase>
+{};
+
+TEST_P(LayoutTest, ReadsTheFields)
+{
+    const LayoutCase& c = GetParam();
+    const quint8 fields = fieldsFromCount(c.count, c.periodicity);
+    ASSERT_EQ(fieldCount(fields), c.count);
+    const QByteArray record = hex(c.record);
+    ASSERT_EQ(record.size(), 4 * c.count);
+    const QByteArray file = hex("00 00 02 00") + QByteArray(4 * c.count - 4, '\0') + record;
+
+    std::vector<Bar> bars;
+    Problems problems;
+    ASSERT_TRUE(parseDataFile(file, fields, QStringLiteral("F1.DAT"), bars, problems));
+    EXPECT_TRUE(problems.empty());
+    ASSERT_EQ(bars.size(), 1u);
+    EXPECT_EQ(barsCsvLine(QStringLiteral("X"), fields, bars[0]).toStdString(), c.line);
+    // What is read is written back to the same bytes.
+    EXPECT_EQ(encodeDataFile(fields, bars).toHex(' '), file.toHex(' '));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Layouts,
+    LayoutTest,
+    ::testing::Values(
+        LayoutCase{4,
+                   'D',
+                   "B8 2F 00 95 00 00 58 84 00 00 48 84 00 00 50 84",
+                   "X,2005-01-03,00:00:00,-0.00000,13.50000,12.50000,13.00000,-0,-0"},
+        LayoutCase{5,
+                   'D',
+                   "B8 2F 00 95 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
+                   "X,2005-01-03,00:00:00,-0.00000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{5,
+                   'I',
+                   "B8 2F 00 95 00 C2 30 91 00 00 58 84 00 00 48 84 00 00 50 84",
+                   "X,2005-01-03,09:05:00,-0.00000,13.50000,12.50000,13.00000,-0,-0"},
+        LayoutCase{6,
+                   'D',
+                   "B8 2F 00 95 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
+                   "X,2005-01-03,00:00:00,12.75000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{6,
+                   'I',
+                   "B8 2F 00 95 00 C2 30 91 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
+                   "X,2005-01-03,09:05:00,-0.00000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{7,
+                   'D',
+                   "B8 2F 00 95 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A 00 00 7A 8A",
+                   "X,2005-01-03,00:00:00,12.75000,13.50000,12.50000,13.00000,1000,1000"},
+        LayoutCase{7,
+                   'I',
+                   "B8 2F 00 95 00 C2 30 91 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
+                   "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{8,
+                   'D',
+                   "B8 2F 00 95 00 C2 30 91 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A 00 00 7A 8A",
+                   "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,1000"},
+        LayoutCase{8,
+                   'I',
+                   "B8 2F 00 95 00 C2 30 91 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A 00 00 7A 8A",
+                   "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,1000"}));
+
+struct BrokenFile
+{
+    const char* what;
+    QByteArray bytes;
+    bool usable;
+};
+
+class BrokenFileTest : public ::testing::TestWithParam<BrokenFile>
+{};
+
+// A 7-field daily file whose header or size is off: readers must not trust a counter past the end.
+TEST_P(BrokenFileTest, IsReportedWithItsName)
+{
+    std::vector<Bar> bars;
+    Problems problems;
+    EXPECT_EQ(parseDataFile(GetParam().bytes, dailySevenFields, QStringLiteral("F9.DAT"), bars, problems),
+              GetParam().usable);
+    ASSERT_FALSE(problems.empty());
+    EXPECT_EQ(problems[0].file, QStringLiteral("F9.DAT"));
+    EXPECT_EQ(problems[0].damage, !GetParam().usable);
+}
+
+const QByteArray oneBar = hex("00 00 02 00") + QByteArray(24, '\0') + hex("B8 2F 00 95") + QByteArray(24, '\0');
+
+INSTANTIATE_TEST_SUITE_P(
+    Files,
+    BrokenFileTest,
+    ::testing::Values(BrokenFile{"empty", QByteArray(), false},
+                      BrokenFile{"counter past the end", hex("00 00 03 00") + oneBar.mid(4), false},
+                      BrokenFile{"counter 0", hex("00 00 00 00") + oneBar.mid(4), false},
+                      BrokenFile{"truncated bar", oneBar.left(40), false},
+                      BrokenFile{"bytes after the bars", oneBar + "xyz", true},
+                      BrokenFile{"no date", hex("00 00 02 00") + QByteArray(52, '\0'), true}));
+
+} // namespace

@@ -1,0 +1,82 @@
+// Real folders written by other tools read back exactly as a long-standing independent reader prints
+// them (bars.csv and securities.csv beside each sample).
+
+#include "store/filesystem.h"
+#include "store/metastock/folder.h"
+#include "store/metastock/report.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace store::metastock;
+
+QString samplesFolder()
+{
+    return QStringLiteral(TICKSMITH_SHARED_DIR "/metastock-samples");
+}
+
+QList<QByteArray> fileLines(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QList<QByteArray> lines = file.readAll().split('\n');
+    if (!lines.isEmpty() && lines.back().isEmpty())
+        lines.pop_back();
+    return lines;
+}
+
+class SampleTest : public ::testing::TestWithParam<const char*>
+{
+protected:
+    void SetUp() override
+    {
+        m_sample = samplesFolder() + u'/' + QLatin1String(GetParam());
+        if (!QDir(m_sample).exists())
+            GTEST_SKIP() << "the shared samples are not beside this checkout: " << qPrintable(m_sample);
+        Problems problems;
+        ASSERT_TRUE(readFolderIndex(m_fs, m_sample + QStringLiteral("/folder"), m_index, problems).ok());
+        ASSERT_FALSE(hasDamage(problems)) << qPrintable(damageStatus(problems).text());
+    }
+
+    QString m_sample;
+    store::FileSystem m_fs;
+    FolderIndex m_index;
+};
+
+TEST_P(SampleTest, SecuritiesMatchTheReference)
+{
+    QList<QByteArray> expected = fileLines(m_sample + QStringLiteral("/securities.csv"));
+    QList<QByteArray> actual{securitiesCsvHeader()};
+    for (const IndexEntry* entry : m_index.securities())
+        actual << securitiesCsvLine(*entry);
+    ASSERT_EQ(actual.size(), expected.size());
+    for (qsizetype i = 0; i < actual.size(); ++i)
+        ASSERT_EQ(actual[i].toStdString(), expected[i].toStdString()) << "line " << i + 1;
+}
+
+TEST_P(SampleTest, BarsMatchTheReference)
+{
+    QList<QByteArray> expected = fileLines(m_sample + QStringLiteral("/bars.csv"));
+    QList<QByteArray> actual{barsCsvHeader()};
+    for (const IndexEntry* entry : m_index.securities()) {
+        std::vector<Bar> bars;
+        Problems problems;
+        ASSERT_TRUE(readBars(m_fs, m_index, *entry, bars, problems).ok()) << qPrintable(entry->dataFileName());
+        for (const Bar& bar : bars)
+            actual << barsCsvLine(entry->symbol, entry->fields, bar);
+    }
+    ASSERT_EQ(actual.size(), expected.size());
+    for (qsizetype i = 0; i < actual.size(); ++i)
+        ASSERT_EQ(actual[i].toStdString(), expected[i].toStdString()) << "line " << i + 1;
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples,
+                         SampleTest,
+                         ::testing::Values("equis_xmaster", "asx_mining_emaster", "stooq_intraday"));
+
+} // namespace

@@ -1,0 +1,303 @@
+// The reader, the progress display and the search, through the calling orders the windows use.
+
+#include "store/metastockreader.h"
+#include "store/metastockwriter.h"
+#include "store/progresswindow.h"
+#include "store/securitysearch.h"
+#include "storetest.h"
+
+#include <QApplication>
+#include <QProgressDialog>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using store::ErrorCode;
+using store::MetaStockReader;
+using store::MetaStockWriter;
+using store::ProgressWindow;
+using store::SecuritySearch;
+
+// ABC "Alpha" with 5 bars from 2021-03-01, and EMPTY "Nothing yet" created at 2021-06-01 without bars.
+void writeFolder(const QString& folder)
+{
+    MetaStockWriter writer;
+    ASSERT_OK(writer.CreateFolder(folder));
+    ASSERT_OK(writer.OpenFolder(folder));
+    ASSERT_OK(writer.CreateSecurity(QStringLiteral("ABC"), QStringLiteral("Alpha"), store::Weekly));
+    for (int day = 1; day <= 5; ++day)
+        ASSERT_OK(writer.AddBar(20210300 + day, 0, day, day + 1, day - 0.5, day + 0.25, 100 * day, 0));
+    ASSERT_OK(writer.CreateSecurity(QStringLiteral("EMPTY"), QStringLiteral("Nothing yet"), store::Daily));
+    ASSERT_OK(writer.AddBar(20210601, 0, 0, 0, 0, 0, 0, 0));
+    ASSERT_OK(writer.DeleteBar(QStringLiteral("20210601")));
+    ASSERT_OK(writer.CloseFolder());
+}
+
+class ReaderTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { writeFolder(m_dir.path()); }
+
+    // Calling order 5, stopping after `cancelAfter` steps; returns the closes read.
+    std::vector<double> readBars(const QString& symbol, int cancelAfter = -1)
+    {
+        std::vector<double> result;
+        ProgressWindow progress(ProgressWindow::Display::Silent);
+        MetaStockReader reader;
+        qint32 count = 0;
+        qint32 first = 0;
+        qint32 last = 0;
+        qint32 periodicity = 0;
+        EXPECT_OK(progress.Open());
+        EXPECT_OK(reader.OpenFolder(m_dir.path()));
+        EXPECT_OK(reader.SelectSecurity(symbol));
+        EXPECT_OK(reader.GetBarCount(count));
+        EXPECT_OK(progress.SetRange(0, count));
+        EXPECT_OK(progress.SetVisible(1));
+        EXPECT_OK(progress.SetCaption(QStringLiteral("Read Security data...")));
+        EXPECT_OK(progress.SetLabel(QStringLiteral("Progress....")));
+        EXPECT_OK(reader.GetFirstDate(first));
+        EXPECT_OK(reader.GetPeriodicity(periodicity));
+        EXPECT_OK(reader.SetDateField(2));
+        EXPECT_OK(reader.GetFirstDate(last));
+        m_dates = {first, last, periodicity};
+        qint32 more = 0;
+        EXPECT_OK(reader.HasMoreBars(more));
+        while (reader.HasMoreBars(more).ok() && more >= 1) {
+            double close = 0;
+            qint32 date = 0;
+            EXPECT_OK(reader.ReadNextBar());
+            EXPECT_OK(reader.GetBarDate(date));
+            EXPECT_OK(reader.GetClose(close));
+            result.push_back(close);
+            EXPECT_OK(progress.Step());
+            if (int(result.size()) == cancelAfter)
+                progress.cancel();
+            bool cancelled = false;
+            EXPECT_OK(progress.IsCancelled(cancelled));
+            if (cancelled)
+                break;
+        }
+        EXPECT_EQ(progress.state().value, int(result.size()));
+        EXPECT_OK(reader.CloseSecurity());
+        EXPECT_OK(reader.Close());
+        EXPECT_OK(progress.Close());
+        return result;
+    }
+
+    QTemporaryDir m_dir;
+    std::vector<qint32> m_dates;
+};
+
+TEST_F(ReaderTest, ReadsBarsWithProgress)
+{
+    EXPECT_EQ(readBars(QStringLiteral("abc")), (std::vector<double>{1.25, 2.25, 3.25, 4.25, 5.25}));
+    EXPECT_EQ(m_dates, (std::vector<qint32>{20210301, 20210305, store::Weekly}));
+    EXPECT_EQ(readBars(QStringLiteral("ABC"), 2).size(), 2u);
+}
+
+TEST_F(ReaderTest, SecurityWithoutBarsReportsItsFirstDate)
+{
+    EXPECT_TRUE(readBars(QStringLiteral("EMPTY")).empty());
+    EXPECT_EQ(m_dates, (std::vector<qint32>{20210601, 20210601, store::Daily}));
+}
+
+TEST_F(ReaderTest, ListsTheFolderAndKeepsTheLastSecurityAfterClose)
+{
+    // Calling order 4.
+    MetaStockReader reader;
+    ASSERT_OK(reader.OpenFolder(m_dir.path()));
+    QStringList rows;
+    qint32 more = 0;
+    while (reader.HasMoreSecurities(more).ok() && more >= 1) {
+        QString name, symbol, file;
+        qint32 last = 0;
+        ASSERT_OK(reader.NextSecurity());
+        ASSERT_OK(reader.GetName(name));
+        ASSERT_OK(reader.GetSymbol(symbol));
+        ASSERT_OK(reader.GetFileName(file));
+        ASSERT_OK(reader.GetLastDate(last));
+        rows << QStringLiteral("%1 %2 %3 %4").arg(name, symbol, file).arg(last);
+    }
+    EXPECT_EQ(rows, (QStringList{"Alpha ABC F1.DAT 20210305", "Nothing yet EMPTY F2.DAT 20210601"}));
+    EXPECT_FAILS_WITH(reader.NextSecurity(), ErrorCode::NoMoreData);
+    ASSERT_OK(reader.Close());
+    QString symbol;
+    ASSERT_OK(reader.GetSymbol(symbol));
+    EXPECT_EQ(symbol, QStringLiteral("EMPTY"));
+}
+
+TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
+{
+    MetaStockReader reader;
+    double value = 0;
+    qint32 number = 0;
+    EXPECT_FAILS_WITH(reader.NextSecurity(), ErrorCode::NotOpen);
+    EXPECT_FAILS_WITH(reader.OpenFolder(m_dir.filePath(QStringLiteral("missing"))), ErrorCode::NotFound);
+    ASSERT_OK(reader.OpenFolder(m_dir.path()));
+    EXPECT_FAILS_WITH(reader.GetLastDate(number), ErrorCode::NoSecurity);
+    EXPECT_FAILS_WITH(reader.SelectSecurity(QStringLiteral("NONE")), ErrorCode::NotFound);
+    EXPECT_FAILS_WITH(reader.SetDateField(3), ErrorCode::InvalidArgument);
+    // Calling order 6, reader part: by name, closed before its security.
+    ASSERT_OK(reader.SelectSecurityByName(QStringLiteral("alpha")));
+    EXPECT_FAILS_WITH(reader.GetOpen(value), ErrorCode::NoMoreData); // before the first ReadNextBar
+    ASSERT_OK(reader.GetFirstDate(number));
+    EXPECT_EQ(number, 20210301);
+    ASSERT_OK(reader.Close());
+    ASSERT_OK(reader.CloseSecurity());
+}
+
+TEST_F(ReaderTest, SeesEachCommitWhole)
+{
+    MetaStockReader reader;
+    ASSERT_OK(reader.OpenFolder(m_dir.path()));
+    MetaStockWriter writer;
+    ASSERT_OK(writer.OpenFolder(m_dir.path()));
+    ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
+    ASSERT_OK(writer.AddBar(20210308, 0, 6, 6, 6, 6, 6, 0));
+    ASSERT_OK(writer.Commit());
+    // Selected after the commit: the new bar and the index date that goes with it.
+    ASSERT_OK(reader.SelectSecurity(QStringLiteral("ABC")));
+    qint32 count = 0;
+    qint32 last = 0;
+    ASSERT_OK(reader.GetBarCount(count));
+    ASSERT_OK(reader.GetLastDate(last));
+    EXPECT_EQ(count, 6);
+    EXPECT_EQ(last, 20210308);
+    ASSERT_OK(writer.CloseFolder());
+}
+
+TEST(ProgressWindowTest, ShowsARealWindowWhenAsked)
+{
+    ProgressWindow progress(ProgressWindow::Display::Window);
+    ASSERT_OK(progress.Open());
+    ASSERT_OK(progress.SetRange(0, 10));
+    ASSERT_OK(progress.SetCaption(QStringLiteral("Read Security data...")));
+    ASSERT_OK(progress.SetLabel(QStringLiteral("Progress....")));
+    ASSERT_OK(progress.SetVisible(1));
+    ASSERT_OK(progress.Step());
+    QProgressDialog* dialog = nullptr;
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        dialog = dialog ? dialog : qobject_cast<QProgressDialog*>(widget);
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_EQ(dialog->windowTitle(), QStringLiteral("Read Security data..."));
+    EXPECT_EQ(dialog->labelText(), QStringLiteral("Progress...."));
+    EXPECT_EQ(dialog->maximum(), 10);
+    EXPECT_EQ(dialog->value(), 1);
+    bool cancelled = true;
+    ASSERT_OK(progress.IsCancelled(cancelled));
+    EXPECT_FALSE(cancelled);
+    dialog->cancel();
+    ASSERT_OK(progress.IsCancelled(cancelled));
+    EXPECT_TRUE(cancelled);
+    ASSERT_OK(progress.Close());
+    for (QWidget* widget : QApplication::topLevelWidgets())
+        EXPECT_EQ(qobject_cast<QProgressDialog*>(widget), nullptr);
+}
+
+TEST(ProgressWindowTest, IsSilentOffscreen)
+{
+    ProgressWindow progress;
+    ASSERT_OK(progress.Open());
+    ASSERT_OK(progress.SetRange(0, 2));
+    ASSERT_OK(progress.SetVisible(1));
+    for (int i = 0; i < 5; ++i)
+        ASSERT_OK(progress.Step());
+    EXPECT_EQ(progress.state().value, 2);
+    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+}
+
+struct PatternCase
+{
+    const char* pattern;
+    const char* text;
+    bool matches;
+};
+
+class PatternTest : public ::testing::TestWithParam<PatternCase>
+{};
+
+TEST_P(PatternTest, Matches)
+{
+    EXPECT_EQ(store::matchesPattern(QLatin1String(GetParam().pattern), QLatin1String(GetParam().text)),
+              GetParam().matches);
+}
+
+INSTANTIATE_TEST_SUITE_P(Patterns,
+                         PatternTest,
+                         ::testing::Values(PatternCase{"ABC", "abc", true},
+                                           PatternCase{"AB", "ABC", false},
+                                           PatternCase{"A*", "ABC", true},
+                                           PatternCase{"*C", "ABC", true},
+                                           PatternCase{"*B*", "ABC", true},
+                                           PatternCase{"A*C", "AC", true},
+                                           PatternCase{"A*B*C", "AXBXBXC", true},
+                                           PatternCase{"A*B*C", "AXBXBX", false},
+                                           PatternCase{"*", "", true},
+                                           PatternCase{"**", "X", true},
+                                           PatternCase{"A?C", "ABC", false},
+                                           PatternCase{"A?C", "A?C", true}));
+
+// Three folders: the root (ABC, EMPTY), sub/inner (ABD "Abacus") and an empty folder without index.
+class SearchTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        writeFolder(m_dir.path());
+        const QString inner = m_dir.filePath(QStringLiteral("sub/inner"));
+        MetaStockWriter writer;
+        ASSERT_OK(writer.CreateFolder(inner));
+        ASSERT_OK(writer.OpenFolder(inner));
+        ASSERT_OK(writer.CreateSecurity(QStringLiteral("ABD"), QStringLiteral("Abacus"), 1));
+        ASSERT_OK(writer.CloseFolder());
+        ASSERT_TRUE(QDir().mkpath(m_dir.filePath(QStringLiteral("other"))));
+    }
+
+    // The finder's loop: the first hit without asking, then NextHit until it fails.
+    QStringList search(const QString& pattern, bool subfolders, bool matchNames = true)
+    {
+        SecuritySearch search;
+        EXPECT_OK(search.SetOption(matchNames));
+        EXPECT_OK(search.SetIncludeSubfolders(subfolders));
+        EXPECT_OK(search.SetStatusText(QStringLiteral("Finding.....")));
+        EXPECT_OK(search.Start(pattern, m_dir.path()));
+        QStringList hits;
+        store::Status status;
+        do {
+            QString name, symbol, file;
+            if (!search.GetName(name).ok() || !search.GetSymbol(symbol).ok() || !search.GetFileName(file).ok())
+                break;
+            hits << symbol + u' ' + QDir(m_dir.path()).relativeFilePath(QDir::fromNativeSeparators(file));
+            status = search.NextHit();
+        } while (status.ok());
+        EXPECT_FAILS_WITH(search.NextHit(), ErrorCode::NoMoreData);
+        return hits;
+    }
+
+    QTemporaryDir m_dir;
+};
+
+TEST_F(SearchTest, FindsBySymbolOrName)
+{
+    EXPECT_EQ(search(QStringLiteral("AB*"), false), (QStringList{"ABC F1.DAT"}));
+    EXPECT_EQ(search(QStringLiteral("AB*"), true), (QStringList{"ABC F1.DAT", "ABD sub/inner/F1.DAT"}));
+    EXPECT_EQ(search(QStringLiteral("*YET"), false), (QStringList{"EMPTY F2.DAT"}));
+    EXPECT_EQ(search(QStringLiteral("*YET"), false, false), QStringList());
+    EXPECT_EQ(search(QString(), true).size(), 3);
+    EXPECT_EQ(search(QStringLiteral("XYZ"), true), QStringList());
+}
+
+TEST_F(SearchTest, MissingFolderFails)
+{
+    SecuritySearch search;
+    EXPECT_FAILS_WITH(search.Start(QStringLiteral("*"), m_dir.filePath(QStringLiteral("missing"))),
+                      ErrorCode::NotFound);
+    QString name;
+    EXPECT_FAILS_WITH(search.GetName(name), ErrorCode::NoMoreData);
+}
+
+} // namespace

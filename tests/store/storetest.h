@@ -1,0 +1,84 @@
+#pragma once
+
+#include "store/filesystem.h"
+#include "store/metastock/folder.h"
+#include "store/status.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QString>
+
+#include <gtest/gtest.h>
+
+// Fails the test with the status text when an operation of the data component fails.
+#define ASSERT_OK(expression)                                                                                          \
+    do {                                                                                                               \
+        const ::store::Status status_ = (expression);                                                                  \
+        ASSERT_TRUE(status_.ok()) << #expression << ": " << qPrintable(status_.text());                                \
+    } while (false)
+#define EXPECT_OK(expression)                                                                                          \
+    do {                                                                                                               \
+        const ::store::Status status_ = (expression);                                                                  \
+        EXPECT_TRUE(status_.ok()) << #expression << ": " << qPrintable(status_.text());                                \
+    } while (false)
+#define EXPECT_FAILS_WITH(expression, errorCode)                                                                       \
+    do {                                                                                                               \
+        const ::store::Status status_ = (expression);                                                                  \
+        EXPECT_EQ(status_.code(), errorCode) << #expression << ": " << qPrintable(status_.text());                     \
+    } while (false)
+
+namespace store_test {
+
+// For tests about layout rather than durability: flushing thousands of files to the medium only makes
+// them slow.
+class NoSyncFileSystem : public store::FileSystem
+{
+public:
+    store::Status syncFile(const QString&) override { return {}; }
+
+    store::Status syncFolder(const QString&) override { return {}; }
+};
+
+// Every file of a folder with its bytes; the lock file of a running writer is left out.
+inline QMap<QString, QByteArray> snapshot(const QString& folder)
+{
+    QMap<QString, QByteArray> files;
+    const QStringList names = QDir(folder).entryList(QDir::Files | QDir::Hidden);
+    for (const QString& name : names) {
+        if (store::FolderLock::isLockFile(name))
+            continue;
+        QFile file(QDir(folder).filePath(name));
+        if (file.open(QIODevice::ReadOnly))
+            files.insert(name, file.readAll());
+    }
+    return files;
+}
+
+inline QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes);
+}
+
+// The problems `check` reports for a folder, one text per line, empty when the folder is sound.
+inline QString problemsOf(const QString& folder)
+{
+    store::FileSystem fs;
+    store::metastock::Problems problems;
+    const store::Status status = store::metastock::checkFolder(fs, folder, problems);
+    QString text = status.ok() ? QString() : status.text() + u'\n';
+    for (const auto& problem : problems)
+        text += problem.file + QStringLiteral(": ") + problem.text + u'\n';
+    return text;
+}
+
+} // namespace store_test
