@@ -159,32 +159,22 @@ void frmMain::buildMenus()
     for (QMenu* menu : {mnuFile, mnuTools, mnuWindow, mnuHelp})
         menuBar()->addMenu(menu);
 
-    // Items whose windows are not part of the program yet stay disabled until they get an opener.
-    for (QAction* pending : {mnuCreateNew,
-                             mnuCreateMultiple,
-                             mnuOpen,
-                             mnuOpenChart,
-                             mnuDownload,
-                             mnuSecurity,
-                             mnuData,
-                             mnuConvert,
-                             mnuSecFinder,
-                             mnuSymbolBrowser,
-                             mnuSettings,
-                             mnuTest})
-        pending->setEnabled(false);
-    for (QAction* wired : {mnuCreateNew,
-                           mnuCreateMultiple,
-                           mnuOpen,
-                           mnuOpenChart,
-                           mnuDownload,
-                           mnuSecurity,
-                           mnuData,
-                           mnuConvert,
-                           mnuSecFinder,
-                           mnuSymbolBrowser,
-                           mnuSettings})
-        connect(wired, &QAction::triggered, this, [this, wired] { runOpener(wired); });
+    // Items that open a task window stay disabled until the window gets its opener.
+    for (QAction* opener : {mnuCreateNew,
+                            mnuCreateMultiple,
+                            mnuOpen,
+                            mnuOpenChart,
+                            mnuDownload,
+                            mnuSecurity,
+                            mnuData,
+                            mnuConvert,
+                            mnuSecFinder,
+                            mnuSymbolBrowser,
+                            mnuSettings}) {
+        opener->setEnabled(false);
+        connect(opener, &QAction::triggered, this, [this, opener] { runOpener(opener); });
+    }
+    mnuTest->setEnabled(false);
 
     connect(mnuClose, &QAction::triggered, this, [this] {
         if (QMdiSubWindow* active = m_mdiArea->activeSubWindow())
@@ -252,55 +242,33 @@ void frmMain::buildToolbar()
         m_toolbarButtons.append(action);
         connect(action, &QAction::triggered, this, [this, index] { Toolbar1_ButtonClick(index); });
     }
-    // The buttons follow the menu items they stand for; "Test Report" has no action.
-    auto follow = [this](int index, QAction* menuItem) {
+    // The buttons stand for menu items and follow their enabled state; "Test Report" has no action and
+    // "Copy to Clipboard" copies rows of the active data sheet.
+    m_buttonItems = {{2, mnuCreateNew},
+                     {3, mnuOpen},
+                     {5, mnuSecFinder},
+                     {8, mnuDownload},
+                     {10, mnuConvert},
+                     {11, mnuSymbolBrowser},
+                     {13, mnuSettings},
+                     {15, mnuContents}};
+    for (const auto& [index, menuItem] : m_buttonItems) {
         QAction* button = m_toolbarButtons[index - 1];
         button->setEnabled(menuItem->isEnabled());
         connect(menuItem, &QAction::enabledChanged, button, &QAction::setEnabled);
-    };
-    follow(2, mnuCreateNew);
-    follow(3, mnuOpen);
-    follow(5, mnuSecFinder);
-    follow(8, mnuDownload);
-    follow(10, mnuConvert);
-    follow(11, mnuSymbolBrowser);
-    follow(13, mnuSettings);
-    m_toolbarButtons[5]->setEnabled(false);
+    }
+    m_toolbarButtons[6 - 1]->setEnabled(false);
 }
 
 void frmMain::Toolbar1_ButtonClick(int index)
 {
-    switch (index) {
-    case 2:
-        mnuCreateNew->trigger();
-        break;
-    case 3:
-        mnuOpen->trigger();
-        break;
-    case 5:
-        mnuSecFinder->trigger();
-        break;
-    case 8:
-        mnuDownload->trigger();
-        break;
-    case 10:
-        mnuConvert->trigger();
-        break;
-    case 11:
-        mnuSymbolBrowser->trigger();
-        break;
-    case 13:
-        mnuSettings->trigger();
-        break;
-    case 15:
-        mnuContents->trigger();
-        break;
-    case 17:
+    if (index == 17) {
         RowCopy();
-        break;
-    default:
-        break;
+        return;
     }
+    const auto found = m_buttonItems.find(index);
+    if (found != m_buttonItems.end())
+        found->second->trigger();
 }
 
 void frmMain::buildStatusBar()

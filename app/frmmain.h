@@ -117,6 +117,7 @@ private:
     bool m_insertMode = false;
     QList<QAction*> m_recentItems;
     QList<QAction*> m_toolbarButtons; // by position from 1; separators included
+    std::map<int, QAction*> m_buttonItems; // toolbar position -> the menu item it stands for
     std::map<QAction*, std::function<void()>> m_openers;
     std::function<void(int)> m_openRecent;
 };
