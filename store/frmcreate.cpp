@@ -135,11 +135,7 @@ bool frmCreate::Text3_KeyPress(const QKeyEvent& key)
         Command3_Click();
         return true;
     }
-    const QString typed = key.text();
-    if (typed.isEmpty() || typed == typed.toUpper() || !typed.at(0).isPrint())
-        return false;
-    Text3->insert(typed.toUpper());
-    return true;
+    return app::typeUpperCase(*Text3, key);
 }
 
 void frmCreate::Command1_Click()

@@ -59,18 +59,6 @@ protected:
     std::optional<int> closedWith;
 };
 
-TEST_F(CreateTest, OpensOnTodayWithTheSharedFolderOrTheProgramFolder)
-{
-    EXPECT_EQ(window.windowTitle(), QStringLiteral("Create New Security"));
-    EXPECT_EQ(window.Text1->text(), context.programFolder());
-    EXPECT_EQ(window.DTPicker1->date(), context->today());
-    EXPECT_EQ(window.Combo1->currentText(), QStringLiteral("Daily"));
-
-    context->state.currentFolder = folder;
-    frmCreate second(context);
-    EXPECT_EQ(second.Text1->text(), folder);
-}
-
 class PeriodicityTest
     : public CreateTest
     , public ::testing::WithParamInterface<int>
@@ -193,9 +181,12 @@ TEST_F(CreateTest, DamagedFolderGivesNoMessageAndIsLeftAsItWas)
     EXPECT_TRUE(window.Text2->text().isEmpty());
 }
 
-// OK closes whatever the outcome once the fields are usable; every way out hands the folder on.
+// OK closes whatever the outcome once the fields are usable; every way out hands the folder on to the
+// next window, which starts from the program folder only while there is none.
 TEST_F(CreateTest, OkAndCloseLeaveTheTrimmedFolderAsTheSharedOne)
 {
+    EXPECT_EQ(window.Text1->text(), context.programFolder());
+    EXPECT_EQ(window.DTPicker1->date(), context->today());
     fill(QStringLiteral(" %1/absent ").arg(folder), QStringLiteral("IBM"), QStringLiteral("IBM"));
     context.prompter().answers = {false};
     window.Command4->click(); // the folder question is answered No
@@ -203,6 +194,7 @@ TEST_F(CreateTest, OkAndCloseLeaveTheTrimmedFolderAsTheSharedOne)
     EXPECT_EQ(context->state.currentFolder, folder + QStringLiteral("/absent"));
 
     frmCreate second(context);
+    EXPECT_EQ(second.Text1->text(), folder + QStringLiteral("/absent"));
     second.Text1->setText(folder);
     second.Command5->click();
     EXPECT_EQ(context->state.currentFolder, folder);
