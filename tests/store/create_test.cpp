@@ -102,6 +102,7 @@ struct Refusal
     const char* name;
     const char* symbol;
     const char* message;
+    int year = 2024; // of the first date
 };
 
 class RefusalTest
@@ -114,6 +115,7 @@ TEST_P(RefusalTest, UnusableFieldsAreNamedAndNothingIsTouched)
 {
     const QString missing = folder + QStringLiteral("/new");
     fill(missing, QString::fromUtf8(GetParam().name), QString::fromUtf8(GetParam().symbol));
+    window.DTPicker1->setDate(QDate(GetParam().year, 1, 2));
     window.Command4->click();
     EXPECT_EQ(context.prompter().messages(), QStringList{QString::fromUtf8(GetParam().message)});
     EXPECT_FALSE(closedWith);
@@ -133,7 +135,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "The name \"A name of forty-six characters, one too many!!\" is longer than 45 characters."},
         Refusal{"Euro € Fund",
                 "EUR",
-                "The name \"Euro € Fund\" holds the character U+20ac, which the folder cannot store."}));
+                "The name \"Euro € Fund\" holds the character U+20ac, which the folder cannot store."},
+        Refusal{"IBM", "IBM", "18990102 is not a date between 1900-01-01 and 2099-12-31.", 1899}));
 
 TEST_F(CreateTest, MissingFolderIsCreatedOnlyWhenTheAnswerIsYes)
 {
