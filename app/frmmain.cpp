@@ -7,6 +7,7 @@
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
+#include "store/frmcreate.h"
 #include "toolbaricons.h"
 #include "version.h"
 
@@ -384,6 +385,10 @@ void frmMain::addRecentItem(int index)
 
 void frmMain::wireWindows()
 {
+    setOpener(mnuCreateNew, [this] {
+        store::frmCreate create(m_context, this);
+        m_context.runModal(create);
+    });
     setOpener(mnuSymbolBrowser, [this] {
         symbols::frmLookup lookup(m_context, this);
         m_context.runModal(lookup);

@@ -83,12 +83,7 @@ bool frmAddNew::eventFilter(QObject* watched, QEvent* event)
 
 bool frmAddNew::Text2_KeyPress(const QKeyEvent& key)
 {
-    // Every typed character goes in as upper case.
-    const QString typed = key.text();
-    if (typed.isEmpty() || typed == typed.toUpper() || !typed.at(0).isPrint())
-        return false;
-    Text2->insert(typed.toUpper());
-    return true;
+    return app::typeUpperCase(*Text2, key);
 }
 
 void frmAddNew::Command1_Click()

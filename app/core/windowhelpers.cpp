@@ -3,6 +3,8 @@
 #include "appcontext.h"
 
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QScreen>
 #include <QWidget>
 
@@ -20,6 +22,15 @@ void centreOnScreen(QWidget& window)
 void showFailure(AppContext& context, QWidget* parent, const QString& text)
 {
     context.prompter->information(parent, QStringLiteral("Ticksmith"), text, Prompter::Icon::Critical);
+}
+
+bool typeUpperCase(QLineEdit& box, const QKeyEvent& key)
+{
+    const QString typed = key.text();
+    if (typed.isEmpty() || typed == typed.toUpper() || !typed.at(0).isPrint())
+        return false;
+    box.insert(typed.toUpper());
+    return true;
 }
 
 } // namespace app

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class QKeyEvent;
+class QLineEdit;
 class QWidget;
 
 namespace app {
@@ -14,5 +16,9 @@ void centreOnScreen(QWidget& window);
 // A failure as a message box with the text of whatever failed (a database engine, a file); the window
 // stays usable.
 void showFailure(AppContext& context, QWidget* parent, const QString& text);
+
+// Symbol boxes take every typed letter in upper case. For a box's key-press filter: true when the key
+// has been inserted here and must go no further.
+bool typeUpperCase(QLineEdit& box, const QKeyEvent& key);
 
 } // namespace app

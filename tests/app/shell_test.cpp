@@ -2,6 +2,8 @@
 #include "form3.h"
 #include "frmmain.h"
 #include "frmtip.h"
+#include "store/frmcreate.h"
+#include "store/metastockreader.h"
 #include "symbolsdb.h"
 #include "testcontext.h"
 
@@ -11,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
@@ -155,6 +158,38 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
     EXPECT_EQ(opened, 2);
     window.Toolbar1_ButtonClick(6); // "Test Report" does nothing
     EXPECT_EQ(opened, 2);
+}
+
+// From the menu or the toolbar: securities created in a new folder are listed there and in the recent list.
+TEST(MainWindowTest, CreateSecurityFillsANewFolderAndTheRecentList)
+{
+    TestContext context;
+    app::frmMain window(context);
+    const QString folder = context.makeFolder(QStringLiteral("data")) + QStringLiteral("/new");
+    context.prompter().answers = {true};
+    context.modalDrivers.push_back([&](QDialog& dialog) {
+        auto* create = qobject_cast<store::frmCreate*>(&dialog);
+        create->Text1->setText(folder);
+        for (const char* symbol : {"IBM", "VOD"}) {
+            create->Text2->setText(QStringLiteral("%1 plc").arg(QLatin1String(symbol)));
+            create->Text3->setText(QLatin1String(symbol));
+            create->Command3->click();
+        }
+        create->Command5->click();
+        return dialog.result();
+    });
+    window.mnuCreateNew->trigger();
+    window.Toolbar1_ButtonClick(2);
+    EXPECT_EQ(context.modalsShown, QStringList({QStringLiteral("frmCreate"), QStringLiteral("frmCreate")}));
+
+    store::MetaStockReader reader;
+    qint32 count = 0;
+    EXPECT_TRUE(reader.OpenFolder(folder).ok() && reader.HasMoreSecurities(count).ok());
+    EXPECT_EQ(count, 2);
+    const auto items = window.recentItems();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items[1]->text(), QStringLiteral("&2 %1\\VOD plc").arg(folder));
+    EXPECT_EQ(context->state.currentFolder, folder);
 }
 
 TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)

@@ -4,6 +4,7 @@
 #include "frmlookup.h"
 #include "frmmain.h"
 #include "frmsettings.h"
+#include "store/frmcreate.h"
 #include "testcontext.h"
 
 #include <QAction>
@@ -58,5 +59,11 @@ int main(int argc, char** argv)
     symbols::frmLookup lookup(context);
     lookup.resize(640, 420);
     ok = save(lookup, folder, "lookup") && ok;
+
+    context->state.currentFolder = QStringLiteral("/data/asx");
+    store::frmCreate create(context);
+    create.Text2->setText(QStringLiteral("BHP Group"));
+    create.Text3->setText(QStringLiteral("BHP.AX"));
+    ok = save(create, folder, "create") && ok;
     return ok ? 0 : 1;
 }
