@@ -37,7 +37,7 @@ public:
         return failure(path);
     }
 
-    Status syncFile(const QString& path) override { return fails() ? failure(path) : Status(); }
+    Status syncFiles(const QStringList& paths) override { return fails() ? failure(paths.front()) : Status(); }
 
     Status syncFolder(const QString& path) override { return fails() ? failure(path) : Status(); }
 
