@@ -62,7 +62,7 @@ private:
     }
 };
 
-// A calling order from OpenFolder to CloseFolder that stops at the first failure, as the windows do.
+// A sequence of calls from OpenFolder to CloseFolder that stops at the first failure, as the windows do.
 using Sequence = std::function<Status(MetaStockWriter&, const QString& folder)>;
 
 Status createSecurity(MetaStockWriter& w, const QString& folder, const QString& symbol)
