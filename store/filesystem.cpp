@@ -47,9 +47,28 @@ Status FileSystem::writeFile(const QString& path, const QByteArray& bytes)
     return {};
 }
 
-Status FileSystem::syncFile(const QString& path)
+Status FileSystem::syncFiles(const QStringList& paths)
 {
-    return syncPath(path, false);
+#ifdef __linux__
+    // One flush of the whole file system also flushes what other programs wrote, so it pays only for
+    // many files at once (a batch of new securities).
+    if (paths.size() > 16) {
+        const int fd = ::open(QFile::encodeName(paths.front()).constData(), O_RDONLY);
+        if (fd < 0)
+            return ioError(QStringLiteral("Cannot open"), paths.front(), QString::fromLocal8Bit(strerror(errno)));
+        const int result = ::syncfs(fd);
+        const int error = errno;
+        ::close(fd);
+        if (result != 0)
+            return ioError(QStringLiteral("Cannot flush"), paths.front(), QString::fromLocal8Bit(strerror(error)));
+        return {};
+    }
+#endif
+    for (const QString& path : paths) {
+        if (Status s = syncPath(path, false); !s.ok())
+            return s;
+    }
+    return {};
 }
 
 Status FileSystem::rename(const QString& from, const QString& to)
@@ -110,20 +129,18 @@ QStringList FileSystem::folderNames(const QString& folder)
     return QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
 }
 
-QString FileSystem::stamp(const QString& folder)
+QString FileSystem::stamp(const QString& folder, const QStringList& names)
 {
     // Every replacement renames a new file into place, so the inode number alone tells most changes;
     // the times catch an inode that was freed and given out again.
     QString text;
-    for (const QString& name : fileNames(folder)) {
-        const QString upper = name.toUpper();
-        if (upper != u"MASTER" && upper != u"EMASTER" && upper != u"XMASTER")
-            continue;
+    for (const QString& name : names) {
         struct stat info;
-        if (::stat(QFile::encodeName(QDir(folder).filePath(name)).constData(), &info) != 0)
+        if (::stat(QFile::encodeName(QDir(folder).filePath(name)).constData(), &info) != 0) {
+            text += QStringLiteral("-;");
             continue;
-        text += QStringLiteral("%1/%2/%3/%4.%5/%6.%7;")
-                    .arg(name)
+        }
+        text += QStringLiteral("%1/%2/%3.%4/%5.%6;")
                     .arg(quint64(info.st_ino))
                     .arg(qint64(info.st_size))
                     .arg(qint64(info.st_mtim.tv_sec))
@@ -136,16 +153,13 @@ QString FileSystem::stamp(const QString& folder)
 
 namespace {
 
-QLatin1String lockName(FolderLock::Kind kind)
-{
-    return kind == FolderLock::Kind::Session ? QLatin1String("TICKSMITH.LCK") : QLatin1String("TICKSMITH.ULK");
-}
+const QLatin1String lockName("TICKSMITH.LCK");
 
 } // namespace
 
 bool FolderLock::isLockFile(const QString& name)
 {
-    return name == lockName(Kind::Session) || name == lockName(Kind::Update);
+    return name == lockName;
 }
 
 FolderLock::FolderLock(std::unique_ptr<QLockFile> file)
@@ -154,17 +168,13 @@ FolderLock::FolderLock(std::unique_ptr<QLockFile> file)
 
 FolderLock::~FolderLock() = default;
 
-Status FolderLock::acquire(FileSystem& fs,
-                           const QString& folder,
-                           Kind kind,
-                           bool mayProceedUnlocked,
-                           std::unique_ptr<FolderLock>& lock)
+Status FolderLock::acquire(FileSystem& fs, const QString& folder, std::unique_ptr<FolderLock>& lock, int timeoutMs)
 {
     lock.reset();
-    auto file = std::make_unique<QLockFile>(QDir(folder).filePath(lockName(kind)));
+    auto file = std::make_unique<QLockFile>(QDir(folder).filePath(lockName));
     // A lock older than this belongs to a program that hung; a crashed one is detected by its process id.
     file->setStaleLockTime(10 * 60 * 1000);
-    if (file->tryLock(fs.lockTimeoutMs)) {
+    if (file->tryLock(timeoutMs < 0 ? fs.lockTimeoutMs : timeoutMs)) {
         lock.reset(new FolderLock(std::move(file)));
         return {};
     }
@@ -172,8 +182,6 @@ Status FolderLock::acquire(FileSystem& fs,
         return Status::error(ErrorCode::Busy,
                              QStringLiteral("The folder %1 is being written by another program or window")
                                  .arg(QDir::toNativeSeparators(folder)));
-    if (mayProceedUnlocked)
-        return {};
     return ioError(QStringLiteral("Cannot lock the folder"), folder, QStringLiteral("the lock file cannot be created"));
 }
 

@@ -23,7 +23,9 @@ public:
 
     // The points at which a write sequence can be interrupted.
     virtual Status writeFile(const QString& path, const QByteArray& bytes); // creates or truncates
-    virtual Status syncFile(const QString& path); // contents on the medium
+    // Puts the contents of the files on the medium. Many files at once are flushed with one call for
+    // the whole file system, which costs about as much as flushing a few files one by one.
+    virtual Status syncFiles(const QStringList& paths);
     virtual Status rename(const QString& from, const QString& to); // replaces `to` atomically
     virtual Status remove(const QString& path);
     virtual Status syncFolder(const QString& folder); // renames and removals on the medium
@@ -35,41 +37,30 @@ public:
     // Names of the plain files (or of the subfolders) of a folder, sorted.
     virtual QStringList fileNames(const QString& folder);
     virtual QStringList folderNames(const QString& folder);
-    // Changes whenever an index file of the folder (MASTER, EMASTER, XMASTER) is replaced, added or
-    // removed; readers use it to skip reading an unchanged index again.
-    virtual QString stamp(const QString& folder);
+    // A text that changes whenever one of the named files of the folder is replaced, created or
+    // removed. Readers compare it before and after reading to know that nothing changed meanwhile.
+    virtual QString stamp(const QString& folder, const QStringList& names);
 
     // How long a writer waits for another writer of the same folder before it gives up with Busy.
     int lockTimeoutMs = 10000;
 };
 
-// A lock on a folder, released on destruction; other processes of this program and other objects of
-// this process wait for it. There are two: a writer holds the Session lock from OpenFolder to
-// CloseFolder, so writers take turns; the Update lock is held only while files are replaced (and while
-// a reader reads), so readers never wait for a writer that is merely open, and never see half an update.
+// Held by a writer from OpenFolder to CloseFolder, so that writers of one folder take turns, also
+// across processes of this program; released on destruction. Readers take no lock (see
+// MetaStockReader).
 class FolderLock
 {
 public:
-    enum class Kind
-    {
-        Session,
-        Update,
-    };
-
     ~FolderLock();
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;
 
-    // Waits up to the file system's lock timeout. When the folder cannot hold a lock file at all
-    // (read-only medium) and `mayProceedUnlocked` is set, the result is ok with `lock` left empty,
-    // because then nobody can write the folder either.
-    [[nodiscard]] static Status acquire(FileSystem& fs,
-                                        const QString& folder,
-                                        Kind kind,
-                                        bool mayProceedUnlocked,
-                                        std::unique_ptr<FolderLock>& lock);
+    // Waits up to `timeoutMs` (the file system's lock timeout when negative); Busy when another
+    // writer keeps the folder.
+    [[nodiscard]] static Status
+    acquire(FileSystem& fs, const QString& folder, std::unique_ptr<FolderLock>& lock, int timeoutMs = -1);
 
-    // True for the names of the lock files, which live in the locked folder while it is locked.
+    // True for the name of the lock file, which lives in the folder while a writer has it open.
     static bool isLockFile(const QString& name);
 
 private:

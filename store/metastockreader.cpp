@@ -4,6 +4,10 @@
 #include "metastock/folder.h"
 #include "transaction.h"
 
+#include <QDir>
+#include <QElapsedTimer>
+#include <QThread>
+
 namespace store {
 
 using metastock::Bar;
@@ -20,60 +24,99 @@ MetaStockReader::MetaStockReader(FileSystem& fs)
 
 MetaStockReader::~MetaStockReader() = default;
 
-// Reads the index (and, when selecting, a data file) as one state of the folder: under the folder lock,
-// after finishing an update a crash interrupted. A folder on a read-only medium has no writer, so it is
-// read without a lock, unless it holds an unfinished update, which only a writer can finish.
-Status MetaStockReader::loadIndex(bool selecting)
+// The files whose change means the index must be read again: the index files (as named in the
+// folder) and the journal of an update in progress.
+QStringList MetaStockReader::watchedNames(const metastock::FolderIndex& index)
+{
+    auto nameOr = [](const QString& actual, const char* canonical) {
+        return actual.isEmpty() ? QString::fromLatin1(canonical) : actual;
+    };
+    return {nameOr(index.masterFile, "MASTER"),
+            nameOr(index.emasterFile, "EMASTER"),
+            nameOr(index.xmasterFile, "XMASTER"),
+            journalFileName()};
+}
+
+// A journal means a writer is replacing files right now, or crashed while doing so. A running writer
+// holds the folder lock and finishes soon; otherwise the reader finishes the update itself, as a
+// writer would on opening the folder.
+Status MetaStockReader::waitForUpdate()
 {
     std::unique_ptr<FolderLock> lock;
-    if (Status s = FolderLock::acquire(m_fs, m_folder, FolderLock::Kind::Update, true, lock); !s.ok())
-        return s;
-    if (lock) {
-        if (Status s = recoverFolder(m_fs, m_folder); !s.ok())
-            return s;
+    const Status status = FolderLock::acquire(m_fs, m_folder, lock, 0);
+    if (status.code() == ErrorCode::Busy) {
+        QThread::msleep(5);
+        return {};
     }
-    // The index is read again only when a writer changed it; large folders have large index files.
-    const QString stamp = m_fs.stamp(m_folder);
-    if (!selecting || stamp != m_stamp) {
+    if (!status.ok())
+        return Status::error(
+            ErrorCode::Damaged,
+            QStringLiteral("%1: an update of the folder was interrupted; open it for writing to finish it")
+                .arg(journalFileName()));
+    return recoverFolder(m_fs, m_folder);
+}
+
+// Reads the index (and, when selecting, the current security's bars) as one state of the folder,
+// without a lock: files are only ever replaced whole, so the reads are consistent when the index files
+// are the same and no update was running before and after them. Otherwise they are read again.
+Status MetaStockReader::loadIndex(bool selecting)
+{
+    QElapsedTimer waited;
+    waited.start();
+    QStringList names = watchedNames(m_index);
+    while (waited.elapsed() <= m_fs.lockTimeoutMs) {
+        const QString before = m_fs.stamp(m_folder, names);
+        if (m_fs.exists(QDir(m_folder).filePath(journalFileName()))) {
+            if (Status s = waitForUpdate(); !s.ok())
+                return s;
+            continue;
+        }
         metastock::FolderIndex index;
         metastock::Problems problems;
-        if (Status s = metastock::readFolderIndex(m_fs, m_folder, index, problems); !s.ok())
-            return s;
-        if (Status s = metastock::damageStatus(problems); !s.ok())
-            return s;
-        if (!lock) {
-            for (const QString& name : std::as_const(index.files)) {
-                if (isTransactionFile(name))
-                    return Status::error(ErrorCode::Damaged,
-                                         QStringLiteral("%1: an update of the folder was interrupted; open it for "
-                                                        "writing to finish it")
-                                             .arg(name));
-            }
+        const bool reread = !selecting || before != m_stamp;
+        if (reread) {
+            if (Status s = metastock::readFolderIndex(m_fs, m_folder, index, problems); !s.ok())
+                return s;
+            if (Status s = metastock::damageStatus(problems); !s.ok())
+                return s;
         }
-        m_index = std::move(index);
-        m_stamp = stamp;
-        if (!selecting) {
-            m_securities.clear();
-            for (const IndexEntry* entry : m_index.securities())
-                m_securities.push_back(*entry);
-        }
-    }
-    if (!selecting)
-        return {};
-    // Selecting: the current security's header and bars come from this state of the folder.
-    for (const IndexEntry* entry : m_index.securities()) {
-        if (entry->fileNumber != m_current->fileNumber)
-            continue;
-        metastock::Problems problems;
+        const metastock::FolderIndex& current = reread ? index : m_index;
+        std::optional<IndexEntry> entry;
         std::vector<Bar> bars;
-        if (Status s = metastock::readBars(m_fs, m_index, *entry, bars, problems); !s.ok())
-            return s;
-        m_current = *entry;
-        m_bars = std::move(bars);
+        if (selecting) {
+            for (const IndexEntry* found : current.securities()) {
+                if (found->fileNumber == m_current->fileNumber)
+                    entry = *found;
+            }
+            if (!entry)
+                return Status::error(ErrorCode::NotFound,
+                                     QStringLiteral("The security %1 was deleted meanwhile").arg(m_current->symbol));
+            if (Status s = metastock::readBars(m_fs, current, *entry, bars, problems); !s.ok())
+                return s;
+        }
+        // Index files found under other names (lower case, or new ones) are watched from now on.
+        if (watchedNames(current) != names) {
+            names = watchedNames(current);
+            continue;
+        }
+        if (m_fs.stamp(m_folder, names) != before)
+            continue;
+        if (reread) {
+            m_index = std::move(index);
+            m_stamp = before;
+        }
+        if (selecting) {
+            m_current = entry;
+            m_bars = std::move(bars);
+        } else {
+            m_securities.clear();
+            for (const IndexEntry* found : m_index.securities())
+                m_securities.push_back(*found);
+        }
         return {};
     }
-    return Status::error(ErrorCode::NotFound,
-                         QStringLiteral("The security %1 was deleted meanwhile").arg(m_current->symbol));
+    return Status::error(ErrorCode::Busy,
+                         QStringLiteral("The folder %1 kept changing while it was read").arg(m_folder));
 }
 
 Status MetaStockReader::OpenFolder(const QString& folder)
@@ -86,6 +129,8 @@ Status MetaStockReader::OpenFolder(const QString& folder)
     m_selected = false;
     m_barIndex = -1;
     m_dateField = 1;
+    m_index = metastock::FolderIndex();
+    m_stamp.clear();
     if (!m_fs.isFolder(folder))
         return Status::error(ErrorCode::NotFound, QStringLiteral("The folder %1 does not exist").arg(folder));
     m_folder = folder;

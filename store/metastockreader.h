@@ -19,8 +19,9 @@ namespace store {
 //
 // OpenFolder takes the list of securities (in file-number order: F1.DAT, F2.DAT, ..., F256.MWD, ...) and
 // SelectSecurity the header fields and all bars of one security, each as one consistent state of the
-// folder: while a writer is busy it waits for the writer's step to end (up to the file system's lock
-// timeout, then Busy). Dates are yyyymmdd numbers and are the dates the index stores, which other tools
+// folder: before or after each step of a writer, never between. A reader takes no lock and does not
+// wait for a writer that is merely open; it writes to the folder only to finish an update a crashed
+// writer left behind. Dates are yyyymmdd numbers and are the dates the index stores, which other tools
 // sometimes leave out of step with the bars; `check` reports that. Bars come in file order, which is
 // date order in a sound file. A security's data file is read only when it is selected, so a damaged
 // data file fails SelectSecurity (Damaged, naming the file) and no other call.
@@ -78,6 +79,8 @@ public:
 private:
     Status requireSecurity() const;
     Status requireBar() const;
+    static QStringList watchedNames(const metastock::FolderIndex& index);
+    Status waitForUpdate();
     Status loadIndex(bool selecting);
     Status select(const QString& key, bool byName);
     Status barValue(float metastock::Bar::*field, double& value) const;
@@ -86,7 +89,7 @@ private:
     FileSystem& m_fs;
     QString m_folder;
     metastock::FolderIndex m_index;
-    QString m_stamp; // of the index files m_index was read from
+    QString m_stamp; // of the files watchedNames() lists, when m_index was read
     bool m_open = false;
     std::vector<metastock::IndexEntry> m_securities; // file-number order
     size_t m_next = 0;

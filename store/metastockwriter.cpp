@@ -86,10 +86,7 @@ Status MetaStockWriter::OpenFolder(const QString& folder)
         return Status::error(ErrorCode::NotFound,
                              QStringLiteral("The folder %1 does not exist").arg(QDir::toNativeSeparators(folder)));
     std::unique_ptr<FolderLock> lock;
-    if (Status s = FolderLock::acquire(m_fs, folder, FolderLock::Kind::Session, false, lock); !s.ok())
-        return s;
-    std::unique_ptr<FolderLock> update;
-    if (Status s = FolderLock::acquire(m_fs, folder, FolderLock::Kind::Update, false, update); !s.ok())
+    if (Status s = FolderLock::acquire(m_fs, folder, lock); !s.ok())
         return s;
     if (Status s = recoverFolder(m_fs, folder); !s.ok())
         return s;
@@ -501,9 +498,6 @@ Status MetaStockWriter::flush()
     if (transaction.isEmpty())
         return {};
 
-    std::unique_ptr<FolderLock> update;
-    if (Status s = FolderLock::acquire(m_fs, m_index.path, FolderLock::Kind::Update, false, update); !s.ok())
-        return s;
     bool committed = false;
     Status result = transaction.commit(committed);
     if (!committed)

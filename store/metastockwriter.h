@@ -21,9 +21,9 @@ class FolderLock;
 // system's lock timeout, then fails with Busy) and CloseFolder releases it. Changes are collected in
 // memory and reach the disk at Commit, CloseSecurity and CloseFolder, each of which writes everything
 // changed so far as one all-or-nothing step: after a crash the folder is as it was before that step or
-// as it is after it. Dropping the object without CloseFolder discards unwritten changes. When a write
-// fails, nothing on disk has changed and the changes stay pending, so a later Commit or CloseFolder
-// tries again.
+// as it is after it. Dropping the object without CloseFolder discards unwritten changes. A write that
+// fails either did not happen (the changes stay pending, so a later Commit or CloseFolder tries again)
+// or happened but could not tidy up, which the next OpenFolder or reader finishes.
 //
 // Securities. New securities are daily files of 7 fields (date, open, high, low, close, volume, open
 // interest) with the lowest free number F1.DAT..F255.DAT, listed in MASTER and EMASTER; beyond 255 they
@@ -94,7 +94,7 @@ public:
     [[nodiscard]] Status ChangeSecurity(const QString& currentSymbol, const QString& newName, const QString& newSymbol);
     [[nodiscard]] Status SecurityExists(const QString& symbol, bool& exists);
     // Writes what is pending and ends the selection. Succeeds and does nothing when no security is
-    // selected, also after CloseFolder (one calling order closes the folder first).
+    // selected, also after CloseFolder (the delete-before-date window closes the folder first).
     [[nodiscard]] Status CloseSecurity();
     [[nodiscard]] Status BarExists(const QString& date, bool& exists);
     // Writes what is pending.

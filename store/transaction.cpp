@@ -53,14 +53,20 @@ Status applyJournal(FileSystem& fs, const QDir& dir, const QByteArray& journal)
                 return s;
         }
     }
+    // The renames must be on the medium before the journal goes. Its own removal needs no flush: a
+    // journal that comes back after a crash is applied again, which changes nothing any more, and
+    // the next change's flush of the folder makes the removal durable anyway.
     if (Status s = fs.syncFolder(dir.path()); !s.ok())
         return s;
-    if (Status s = fs.remove(dir.filePath(journalName)); !s.ok())
-        return s;
-    return fs.syncFolder(dir.path());
+    return fs.remove(dir.filePath(journalName));
 }
 
 } // namespace
+
+QString journalFileName()
+{
+    return journalName;
+}
 
 bool isTransactionFile(const QString& name)
 {
@@ -96,29 +102,41 @@ QString Transaction::path(const QString& name) const
 Status Transaction::commit(bool& committed)
 {
     committed = false;
-    QStringList written; // temporary files to delete again if we stop before the journal is in place
-    QStringList replaced;
+    QStringList written; // temporary files to delete again if we stop before the change is made
     auto undo = [&](Status failure) {
         for (const QString& name : written)
             (void)m_fs.remove(path(name));
         return failure;
     };
 
+    QStringList replaced;
+    QStringList temporaries;
     for (const Replacement& replacement : m_replacements) {
-        const QString temporary = temporaryName(replacement.name);
-        written << temporary;
-        if (Status s = m_fs.writeFile(path(temporary), replacement.bytes); !s.ok())
-            return undo(s);
-        if (Status s = m_fs.syncFile(path(temporary)); !s.ok())
+        written << temporaryName(replacement.name);
+        temporaries << path(temporaryName(replacement.name));
+        if (Status s = m_fs.writeFile(temporaries.back(), replacement.bytes); !s.ok())
             return undo(s);
         replaced << replacement.name;
     }
+    if (!temporaries.isEmpty()) {
+        if (Status s = m_fs.syncFiles(temporaries); !s.ok())
+            return undo(s);
+    }
+
+    // One file replaced needs no journal: the rename itself is the change.
+    if (replaced.size() == 1 && m_removals.isEmpty()) {
+        if (Status s = m_fs.rename(temporaries.front(), path(replaced.front())); !s.ok())
+            return undo(s);
+        committed = true;
+        return m_fs.syncFolder(m_folder);
+    }
+
     const QByteArray journal = journalText(replaced, m_removals);
     const QString journalTemporary = temporaryName(journalName);
     written << journalTemporary;
     if (Status s = m_fs.writeFile(path(journalTemporary), journal); !s.ok())
         return undo(s);
-    if (Status s = m_fs.syncFile(path(journalTemporary)); !s.ok())
+    if (Status s = m_fs.syncFiles({path(journalTemporary)}); !s.ok())
         return undo(s);
     if (Status s = m_fs.rename(path(journalTemporary), path(journalName)); !s.ok())
         return undo(s);

@@ -14,11 +14,11 @@ namespace store {
 //
 // Each new file is first written beside its target under a temporary name and flushed. Then a journal
 // listing the replacements and deletions is written, flushed and renamed into place: that rename is the
-// moment the change happens. Afterwards the temporary files are renamed over their targets, the deleted
-// files removed and the journal deleted. Opening the folder again (recoverFolder) finishes a change
-// whose journal exists and throws away temporary files of one whose journal does not. Readers that take
-// the folder lock therefore never see a data file whose header disagrees with its size, or an index
-// that mentions a file not yet written.
+// moment the change happens (a change of one file only is simply renamed into place). Afterwards the temporary files
+// are renamed over their targets, the deleted files removed and the journal deleted. Opening the folder again
+// (recoverFolder) finishes a change whose journal exists and throws away temporary files of one whose journal does not.
+// No file is ever written in place, so a reader never sees a data file whose header disagrees with its size, and a
+// reader that finds no journal before and after its reads has seen one whole state of the folder.
 class Transaction
 {
 public:
@@ -55,5 +55,8 @@ Status recoverFolder(FileSystem& fs, const QString& folder);
 
 // True for the names of the journal and temporary files a Transaction leaves while it runs.
 bool isTransactionFile(const QString& name);
+
+// The name of the journal while a change is being applied.
+QString journalFileName();
 
 } // namespace store

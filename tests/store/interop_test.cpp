@@ -4,6 +4,7 @@
 #include "store/filesystem.h"
 #include "store/metastock/folder.h"
 #include "store/metastock/report.h"
+#include "store/metastockreader.h"
 
 #include <QDir>
 #include <QFile>
@@ -73,6 +74,36 @@ TEST_P(SampleTest, BarsMatchTheReference)
     ASSERT_EQ(actual.size(), expected.size());
     for (qsizetype i = 0; i < actual.size(); ++i)
         ASSERT_EQ(actual[i].toStdString(), expected[i].toStdString()) << "line " << i + 1;
+}
+
+// The same through the reader the windows use: names, files and stored dates of securities.csv, and
+// as many bars as bars.csv holds.
+TEST_P(SampleTest, ReaderAgreesWithTheReference)
+{
+    const QList<QByteArray> expected = fileLines(m_sample + QStringLiteral("/securities.csv")).mid(1);
+    store::MetaStockReader reader;
+    ASSERT_TRUE(reader.OpenFolder(m_sample + QStringLiteral("/folder")).ok());
+    qint64 bars = 0;
+    for (const QByteArray& line : expected) {
+        // Names may hold commas: the symbol is the first field, the other eight are the last ones.
+        const QList<QByteArray> fields = line.split(',');
+        const QByteArray name = fields.mid(1, fields.size() - 9).join(',');
+        store::SecurityDescriptor security;
+        ASSERT_TRUE(reader.NextSecurity().ok());
+        ASSERT_TRUE(reader.GetSecurity(security).ok());
+        EXPECT_EQ(security.symbol.toLatin1(), fields[0]);
+        EXPECT_EQ(security.name.toLatin1(), name);
+        EXPECT_EQ(security.fileName.toLatin1(), fields[fields.size() - 4]);
+        EXPECT_EQ(QByteArray::number(security.lastDate), QByteArray(fields[fields.size() - 6]).replace("-", ""));
+        ASSERT_TRUE(reader.SelectSecurity(security.symbol).ok());
+        qint32 count = 0;
+        ASSERT_TRUE(reader.GetBarCount(count).ok());
+        bars += count;
+    }
+    qint32 more = -1;
+    ASSERT_TRUE(reader.HasMoreSecurities(more).ok());
+    EXPECT_EQ(more, 0);
+    EXPECT_EQ(bars, fileLines(m_sample + QStringLiteral("/bars.csv")).size() - 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples,

@@ -1,4 +1,4 @@
-// The reader, the progress display and the search, through the calling orders the windows use.
+// The reader, the progress display and the search, in the orders the windows call them.
 
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
@@ -40,7 +40,7 @@ class ReaderTest : public ::testing::Test
 protected:
     void SetUp() override { writeFolder(m_dir.path()); }
 
-    // Calling order 5, stopping after `cancelAfter` steps; returns the closes read.
+    // As the data sheet reads a security, cancelling after `cancelAfter` steps; returns the closes read.
     std::vector<double> readBars(const QString& symbol, int cancelAfter = -1)
     {
         std::vector<double> result;
@@ -106,7 +106,7 @@ TEST_F(ReaderTest, SecurityWithoutBarsReportsItsFirstDate)
 
 TEST_F(ReaderTest, ListsTheFolderAndKeepsTheLastSecurityAfterClose)
 {
-    // Calling order 4.
+    // As the windows list a folder.
     MetaStockReader reader;
     ASSERT_OK(reader.OpenFolder(m_dir.path()));
     QStringList rows;
@@ -140,7 +140,7 @@ TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
     EXPECT_FAILS_WITH(reader.GetLastDate(number), ErrorCode::NoSecurity);
     EXPECT_FAILS_WITH(reader.SelectSecurity(QStringLiteral("NONE")), ErrorCode::NotFound);
     EXPECT_FAILS_WITH(reader.SetDateField(3), ErrorCode::InvalidArgument);
-    // Calling order 6, reader part: by name, closed before its security.
+    // As the delete-before-date window does: by name, closed before its security.
     ASSERT_OK(reader.SelectSecurityByName(QStringLiteral("alpha")));
     EXPECT_FAILS_WITH(reader.GetOpen(value), ErrorCode::NoMoreData); // before the first ReadNextBar
     ASSERT_OK(reader.GetFirstDate(number));

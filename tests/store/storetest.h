@@ -36,7 +36,7 @@ namespace store_test {
 class NoSyncFileSystem : public store::FileSystem
 {
 public:
-    store::Status syncFile(const QString&) override { return {}; }
+    store::Status syncFiles(const QStringList&) override { return {}; }
 
     store::Status syncFolder(const QString&) override { return {}; }
 };

@@ -1,4 +1,4 @@
-// The writer through the calling orders the windows use, its decisions on what the calls leave open,
+// The writer in the orders the windows call it, its decisions on what the calls leave open,
 // and the bytes it leaves on disk.
 
 #include "store/metastockreader.h"
@@ -27,7 +27,7 @@ class WriterTest : public ::testing::Test
 protected:
     void SetUp() override { ASSERT_TRUE(m_root.isValid()); }
 
-    // Calling order 1: create a security with its first date and no bars.
+    // As the create-security window does: a security with its first date and no bars.
     void create(const QString& symbol, const QString& name, qint32 firstDate, qint32 periodicity = store::Daily)
     {
         MetaStockWriter writer;
@@ -43,7 +43,7 @@ protected:
         ASSERT_OK(writer.CloseFolder());
     }
 
-    // Calling order 2: append bars oldest first, replacing bars of the same date.
+    // As the download does: bars oldest first, replacing bars of the same date.
     void append(const QString& symbol, const std::vector<store::PriceBar>& bars)
     {
         MetaStockWriter writer;
@@ -187,7 +187,7 @@ TEST_P(DeleteRangeTest, IncludesBothEnds)
 {
     create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
     append(QStringLiteral("ABC"), {bar(20040105, 1), bar(20040106, 2), bar(20040107, 3), bar(20040108, 4)});
-    // Calling order 6: no Commit, the folder is closed before the security.
+    // As the delete-before-date window does: no Commit, the folder closed before the security.
     MetaStockWriter writer;
     ASSERT_OK(writer.OpenFolder(m_folder));
     ASSERT_OK(writer.SelectSecurityByName(QStringLiteral("ALPHA")));
@@ -214,7 +214,7 @@ TEST_F(WriterTest, HandEditsPersistWithoutCommit)
     create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
     append(QStringLiteral("ABC"), {bar(20040105, 1), bar(20040107, 3)});
     {
-        // Calling order 3, insert by hand: time -1 and open interest -1.0, no Commit.
+        // As the data sheet inserts a bar by hand: time -1 and open interest -1.0, no Commit.
         MetaStockWriter writer;
         ASSERT_OK(writer.OpenFolder(m_folder));
         ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
@@ -351,7 +351,7 @@ TEST_F(WriterTest, RenamesAndDeletesSecurities)
     create(QStringLiteral("DEF"), QStringLiteral("Delta"), 20040105);
     create(QStringLiteral("GHI"), QStringLiteral("Gamma"), 20040105);
     {
-        // Calling order 7.
+        // As the adjust-security window does.
         MetaStockWriter writer;
         ASSERT_OK(writer.OpenFolder(m_folder));
         ASSERT_OK(writer.ChangeSecurity(QStringLiteral("ABC"), longName, QStringLiteral("XYZ")));
