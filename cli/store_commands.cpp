@@ -200,7 +200,7 @@ std::vector<Command> storeCommands()
         {"bars", "FOLDER [SYMBOL]", "Every bar as CSV (symbol,date,time,open,high,low,close,volume,openint)", bars},
         {"create",
          "FOLDER SYMBOL NAME FIRSTDATE [--periodicity daily|weekly|monthly]",
-         "Creates a security without bars, starting at FIRSTDATE (yyyymmdd)",
+         "Creates a security without bars, starting at FIRSTDATE (YYYY-MM-DD)",
          create},
         {"check", "FOLDER", "Checks every index entry and data file; lists each problem with its file", check},
     };
