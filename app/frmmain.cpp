@@ -1,6 +1,7 @@
 #include "frmmain.h"
 
 #include "core/helpers.h"
+#include "download/frmdownload.h"
 #include "form3.h"
 #include "frmlookup.h"
 #include "frmsettings.h"
@@ -416,6 +417,10 @@ void frmMain::addRecentItem(int index)
 
 void frmMain::wireWindows()
 {
+    setOpener(mnuDownload, [this] {
+        download::frmDownload selection(m_context, this);
+        m_context.runModal(selection);
+    });
     setOpener(mnuSymbolBrowser, [this] {
         symbols::frmLookup lookup(m_context, this);
         m_context.runModal(lookup);
