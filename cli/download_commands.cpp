@@ -77,10 +77,8 @@ std::optional<Request> parse(const QStringList& arguments, QString& problem)
     return request;
 }
 
-bool wanted(const QStringList& symbols, const QString& symbol)
+bool holds(const QStringList& symbols, const QString& symbol)
 {
-    if (symbols.isEmpty())
-        return true;
     return std::any_of(symbols.begin(), symbols.end(), [&](const QString& named) {
         return store::sameSymbol(named, symbol);
     });
@@ -104,7 +102,7 @@ int download(const QStringList& arguments, Io& io)
             return Usage;
         }
         for (const download::ListedSecurity& security : securities) {
-            if (!wanted(request->symbols, security.symbol))
+            if (!request->symbols.isEmpty() && !holds(request->symbols, security.symbol))
                 continue;
             found.append(security.symbol);
             if (!download::canDownload(security.lastDate))
@@ -114,7 +112,7 @@ int download(const QStringList& arguments, Io& io)
         }
     }
     for (const QString& symbol : request->symbols) {
-        if (!wanted(found, symbol))
+        if (!holds(found, symbol))
             return usage(io, QStringLiteral("no folder holds the symbol '%1'").arg(symbol));
     }
 
