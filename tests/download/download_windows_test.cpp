@@ -166,6 +166,13 @@ TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
     addServed(folderB, QStringLiteral("VOD"), QDate(2024, 6, 10));
     frmDownload window(context);
     window.Timer1_Timer();
+    context.prompter().folders = {QStringLiteral("C:\\"), QString()};
+    window.Command1->click();
+    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "a drive root loses its backslash";
+    window.Command1->click();
+    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "cancelling the folder picker changes nothing";
+    EXPECT_EQ(context.prompter().prompts.value(0).title, QStringLiteral("Browse For Folder"));
+    context.prompter().prompts.clear();
     addFolder(window, folderA);
     addFolder(window, QStringLiteral("  ") + folderB + QStringLiteral(" "));
     addFolder(window, folderA + QStringLiteral(" "));
