@@ -177,30 +177,6 @@ INSTANTIATE_TEST_SUITE_P(Quotes,
                                          CurrentQuoteCase{"shortReply", true, "\"IBM\",90.44\n", "OK", false}),
                          [](const auto& param) { return std::string(param.param.name); });
 
-TEST_F(DownloadJobTest, CancelDuringTheThirdOfTenFinishesItAndRequestsNoMore)
-{
-    QList<app::DownloadItem> items;
-    for (int i = 1; i <= 10; ++i) {
-        const QString symbol = QStringLiteral("S%1").arg(i);
-        addServed(symbol, QDate(2024, 6, 5));
-        items.append(item(symbol));
-    }
-    DownloadJob* running = nullptr;
-    events.downloading = [&](const QString& symbol) {
-        if (symbol == QLatin1String("S3"))
-            running->cancel();
-    };
-    DownloadJob job(channel, context->locale, events);
-    running = &job;
-    const JobOutcome outcome = job.run(items, {}, today);
-
-    EXPECT_EQ(outcome.end, JobOutcome::End::Cancelled);
-    EXPECT_EQ(statuses(outcome), (QStringList{"S1=OK", "S2=OK", "S3=OK"}));
-    EXPECT_EQ(historySymbols(server), (QStringList{"S1", "S2", "S3"}));
-    expectBars(barsOf(folder, QStringLiteral("S3")), server.symbol(QStringLiteral("S3")).history);
-    EXPECT_EQ(barsOf(folder, QStringLiteral("S4")).size(), 36);
-}
-
 TEST_F(DownloadJobTest, AFolderThatCannotBeOpenedStopsTheJobUntilASecurityHasBeenWritten)
 {
     addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
@@ -318,25 +294,7 @@ TEST_P(HostileServiceTest, AnUnusableHistoryIsNoDataAndWritesNothing)
 
 INSTANTIATE_TEST_SUITE_P(Misbehaviours,
                          HostileServiceTest,
-                         testing::Values(Misbehaviour::NotFound,
-                                         Misbehaviour::HtmlPage,
-                                         Misbehaviour::CutShort,
-                                         Misbehaviour::HeaderOnly,
-                                         Misbehaviour::CrlfLineEnds));
-
-TEST_F(DownloadJobTest, WithoutAServiceAddressEverySecurityIsNoData)
-{
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    download::HttpChannel unconfigured({});
-    DownloadOptions options;
-    options.currentQuote = true;
-    DownloadJob job(unconfigured, context->locale);
-    const JobOutcome outcome = job.run({item(QStringLiteral("IBM"))}, options, today);
-    EXPECT_EQ(statuses(outcome), QStringList{"IBM=OK"}) << "a current quote makes it OK, even a failed one";
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 36);
-    EXPECT_EQ(statuses(job.run({item(QStringLiteral("IBM"))}, {}, today)), QStringList{"IBM=No Data"});
-    EXPECT_TRUE(server.requests().isEmpty());
-}
+                         testing::Values(Misbehaviour::NotFound, Misbehaviour::HtmlPage, Misbehaviour::CutShort));
 
 struct StartCase
 {
