@@ -61,6 +61,9 @@ frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* pare
         PB1->setValue(done);
     };
     events.recorded = [this](int index, int total, const app::DownloadResult&) { showRecorded(index, total); };
+    events.ignoredError = [this](const QString& symbol, const QString& error) {
+        m_writeFailures.append(symbol + QStringLiteral(": ") + error);
+    };
     m_job = std::make_unique<DownloadJob>(*m_channel, m_context.locale, std::move(events));
 
     PB->setMinimum(0);
@@ -76,6 +79,7 @@ frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* pare
     buttons->addStretch(1);
     buttons->addWidget(Command1);
     auto* layout = new QVBoxLayout(this);
+    Label1->setWordWrap(true);
     layout->addWidget(Label1);
     layout->addWidget(Label3);
     layout->addLayout(counters);
@@ -117,9 +121,12 @@ void frmDownloadProgress::Form_Load()
     if (m_outcome.end == JobOutcome::End::Completed) {
         setWindowTitle(QStringLiteral("Download Completed. / "));
         m_context.setStatusText(StatusText);
-    } else if (m_outcome.end == JobOutcome::End::Stopped) {
-        Label1->setText(QStringLiteral("Stopped: ") + m_outcome.stopReason);
     }
+    // The results list holds one word per security; what went wrong in writing stays in view beside it.
+    if (m_outcome.end == JobOutcome::End::Stopped)
+        Label1->setText(QStringLiteral("Stopped: ") + m_outcome.stopReason);
+    else if (!m_writeFailures.isEmpty())
+        Label1->setText(QStringLiteral("Not all quotes were written: ") + m_writeFailures.join(QStringLiteral("; ")));
     if (!m_serviceConfigured && !items.isEmpty()) {
         m_context.prompter->information(
             this,

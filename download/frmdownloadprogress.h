@@ -12,6 +12,7 @@
 #include "downloadjob.h"
 
 #include <QDialog>
+#include <QStringList>
 
 #include <memory>
 
@@ -70,6 +71,7 @@ private:
     bool m_running = false;
     bool m_serviceConfigured = false;
     JobOutcome m_outcome;
+    QStringList m_writeFailures; // one per security, "SYMBOL: what failed"
 };
 
 } // namespace download

@@ -255,7 +255,7 @@ TEST_F(DownloadWindowsTest, CancelDuringTheThirdOfTenShowsThreeResults)
     EXPECT_EQ(barsOf(folderA, QStringLiteral("S4")).size(), 36);
 }
 
-TEST_F(DownloadWindowsTest, AStoppedJobSaysWhyAndAnUnconfiguredServiceIsNamed)
+TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
     addServed(folderA, QStringLiteral("IBM"), QDate(2024, 6, 5));
     context->state.downloadList = {{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folderA + "/missing"}};
@@ -271,13 +271,26 @@ TEST_F(DownloadWindowsTest, AStoppedJobSaysWhyAndAnUnconfiguredServiceIsNamed)
 
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
+    // Once a security has been written the job carries on past the missing folder, and says so.
+    const app::DownloadItem ibm = *download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folderA, Friday);
+    context->state.downloadList.prepend(ibm);
+    driveProgressAndResults();
+    {
+        frmDownloadProgress progress(context);
+        context->runModal(progress);
+    }
+    EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Not all quotes were written: GONE: ")))
+        << progressLabel.toStdString();
+    EXPECT_EQ(shown.results, (QStringList{"OK", "No Data"}));
+
     context->settings->clear();
-    context->state.downloadList = {*download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folderA, Friday)};
+    context->state.downloadList = {ibm};
+    const qsizetype requests = server.requests().size();
     driveProgressAndResults();
     frmDownloadProgress progress(context);
     context->runModal(progress);
     EXPECT_EQ(shown.results, QStringList{"No Data"});
-    EXPECT_TRUE(server.requests().isEmpty());
+    EXPECT_EQ(server.requests().size(), requests);
     ASSERT_EQ(context.prompter().messages().size(), 1);
     EXPECT_TRUE(context.prompter().messages()[0].contains(QStringLiteral("not configured")));
 }
