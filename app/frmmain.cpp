@@ -417,10 +417,6 @@ void frmMain::addRecentItem(int index)
 
 void frmMain::wireWindows()
 {
-    setOpener(mnuDownload, [this] {
-        download::frmDownload selection(m_context, this);
-        m_context.runModal(selection);
-    });
     setOpener(mnuSymbolBrowser, [this] {
         symbols::frmLookup lookup(m_context, this);
         m_context.runModal(lookup);
@@ -428,6 +424,10 @@ void frmMain::wireWindows()
     setOpener(mnuSettings, [this] {
         frmSettings settings(m_context, this);
         m_context.runModal(settings);
+    });
+    setOpener(mnuDownload, [this] {
+        download::frmDownload selection(m_context, this);
+        m_context.runModal(selection);
     });
 }
 
