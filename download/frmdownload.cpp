@@ -10,6 +10,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDateEdit>
+#include <QFont>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -78,6 +79,7 @@ frmDownload::frmDownload(app::AppContext& context, QWidget* parent)
 
     ListView2->setHeaderLabels({QStringLiteral("Path")});
     ListView2->setRootIsDecorated(false);
+    ListView2->setMaximumHeight(130);
     ListView1->setHeaderLabels({QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Last Date")});
     ListView1->setRootIsDecorated(false);
     ListView1->setAllColumnsShowFocus(true);
@@ -103,6 +105,7 @@ frmDownload::frmDownload(app::AppContext& context, QWidget* parent)
     options->addWidget(Check1, 0, 0, 1, 2);
     options->addWidget(Check2, 1, 0);
     options->addWidget(DTPicker1, 1, 1);
+    options->setColumnStretch(2, 1);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch(1);
     buttons->addWidget(Command4);
@@ -247,6 +250,10 @@ void frmDownload::listFolder(const QString& folder)
     const QSignalBlocker blocker(ListView1);
     auto* header = new QTreeWidgetItem(ListView1, {folder, QString(), QString()});
     header->setCheckState(0, Qt::Checked);
+    QFont bold = header->font(0);
+    bold.setBold(true);
+    header->setFont(0, bold);
+    header->setFirstColumnSpanned(true);
     QList<ListedSecurity> securities;
     const store::Status status = listSecurities(folder, securities);
     // The listing ends at a folder's first failure; the header row says why.

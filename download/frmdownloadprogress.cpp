@@ -75,6 +75,7 @@ frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* pare
     counters->addWidget(Label8, 1, 1);
     counters->addWidget(new QLabel(QStringLiteral("No Data"), this), 2, 0);
     counters->addWidget(Label9, 2, 1);
+    counters->setColumnStretch(2, 1);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch(1);
     buttons->addWidget(Command1);
