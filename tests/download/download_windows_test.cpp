@@ -11,6 +11,7 @@
 #include "symbolsdb.h"
 
 #include <QCheckBox>
+#include <QDateEdit>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -138,6 +139,8 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
     EXPECT_EQ(window.Label1->text(), QStringLiteral("2 Securities Selected."));
     tick(window.ListView1, 0, false); // a header's tick does not count
+    window.Check2->setChecked(true);
+    window.DTPicker1->setDate(QDate(2024, 6, 1));
 
     driveProgressAndResults();
     window.Command4->click();
@@ -148,7 +151,11 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_EQ(context->state.downloadList[0].fromDate, QStringLiteral("2024-06-06"));
     EXPECT_EQ(context->state.downloadList[0].folder, folderA);
     EXPECT_EQ(context->state.downloadList[1].folder, folderB);
+    EXPECT_TRUE(context->state.dataCorrection);
+    EXPECT_EQ(context->state.dataCorrectionFrom, QStringLiteral("2024-06-01"));
+    EXPECT_FALSE(context->state.downloadCurrentQuote);
     EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
+    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
     expectBars(barsOf(folderA, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
     expectBars(barsOf(folderB, QStringLiteral("VOD")), server.symbol(QStringLiteral("VOD")).history);
     EXPECT_EQ(caption, QStringLiteral("Download Completed. / "));
