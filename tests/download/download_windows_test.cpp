@@ -231,19 +231,26 @@ TEST_F(DownloadWindowsTest, TheFolderListIsSavedOnCloseAndRestoredEmptyListInclu
     EXPECT_EQ(window.ListView2->topLevelItemCount(), 0);
 }
 
-TEST_F(DownloadWindowsTest, CancelDuringTheThirdOfTenShowsThreeResults)
+// Leaving the window during the job, by Cancel or by Escape and the close button, stops it after the
+// security in hand.
+class CancelTest
+    : public DownloadWindowsTest
+    , public testing::WithParamInterface<void (*)(frmDownloadProgress&)>
+{};
+
+TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
 {
     for (int i = 1; i <= 10; ++i) {
         const QString symbol = QStringLiteral("S%1").arg(i);
         addServed(folderA, symbol, QDate(2024, 6, 5));
         context->state.downloadList.append(*download::makeDownloadItem(symbol, 20240605, folderA, Friday));
     }
-    // Cancel is clicked while the third security's history request is on its way.
+    // The window is left while the third security's history request is on its way.
     QTimer poll;
     onProgress = [&](frmDownloadProgress& progress) {
         QObject::connect(&poll, &QTimer::timeout, [&] {
             if (server.requests().size() == 3) {
-                progress.Command1->click();
+                GetParam()(progress);
                 poll.stop();
             }
         });
@@ -261,6 +268,14 @@ TEST_F(DownloadWindowsTest, CancelDuringTheThirdOfTenShowsThreeResults)
     EXPECT_EQ(shown.summary, QStringLiteral("Completed : 3    |    Upto Date : 0    |    No Data : 0"));
     EXPECT_EQ(barsOf(folderA, QStringLiteral("S4")).size(), 36);
 }
+
+INSTANTIATE_TEST_SUITE_P(Ways,
+                         CancelTest,
+                         testing::Values([](frmDownloadProgress& progress) { progress.Command1->click(); },
+                                         [](frmDownloadProgress& progress) {
+                                             progress.reject();
+                                             EXPECT_FALSE(progress.close());
+                                         }));
 
 TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
