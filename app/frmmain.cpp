@@ -1,6 +1,7 @@
 #include "frmmain.h"
 
 #include "core/helpers.h"
+#include "download/frmdownload.h"
 #include "form3.h"
 #include "frmlookup.h"
 #include "frmsettings.h"
@@ -396,6 +397,10 @@ void frmMain::wireWindows()
     setOpener(mnuSettings, [this] {
         frmSettings settings(m_context, this);
         m_context.runModal(settings);
+    });
+    setOpener(mnuDownload, [this] {
+        download::frmDownload selection(m_context, this);
+        m_context.runModal(selection);
     });
 }
 

@@ -33,5 +33,6 @@ struct Command
 // The commands of each subsystem; main.cpp lists them all.
 std::vector<Command> storeCommands();
 std::vector<Command> quoteCommands();
+std::vector<Command> downloadCommands();
 
 } // namespace cli

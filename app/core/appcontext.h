@@ -35,7 +35,8 @@ struct RecentSecurity
     QString caption; // shown after the item's number, "&<n> <caption>"
 };
 
-// One security to bring up to date. The fields are date texts, as the selection window hands them over.
+// One security to bring up to date, as the selection window hands it over. Dates are ISO texts,
+// "yyyy-MM-dd" (download/selection.h reads and writes them).
 struct DownloadItem
 {
     QString symbol;
@@ -72,7 +73,7 @@ struct SharedState
     QList<DownloadItem> downloadList;
     bool downloadCurrentQuote = false;
     bool dataCorrection = false;
-    QString dataCorrectionFrom;
+    QString dataCorrectionFrom; // "yyyy-MM-dd"
     QList<DownloadResult> downloadResults;
 };
 

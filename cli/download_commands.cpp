@@ -1,0 +1,166 @@
+// The download command: brings the securities of data folders up to date from the quote service.
+
+#include "command.h"
+#include "download/downloadjob.h"
+#include "download/downloadresults.h"
+#include "download/httpchannel.h"
+#include "download/selection.h"
+#include "store/arguments.h"
+
+#include <QDate>
+#include <QLocale>
+#include <QSettings>
+
+#include <algorithm>
+#include <optional>
+
+namespace cli {
+
+namespace {
+
+const char* const Arguments =
+    "FOLDER... [--symbol SYMBOL]... [--correction-from YYYY-MM-DD] [--current-quote] [--weekend]";
+
+struct Request
+{
+    QStringList folders;
+    QStringList symbols; // empty: every security
+    download::DownloadOptions options;
+};
+
+int usage(Io& io, const QString& problem)
+{
+    io.err << "ticksmith-cli: " << problem << "\nUsage: ticksmith-cli download " << Arguments << "\n";
+    return Usage;
+}
+
+// The request, or the reason it cannot be one.
+std::optional<Request> parse(const QStringList& arguments, QString& problem)
+{
+    Request request;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        const bool takesValue = argument == u"--symbol" || argument == u"--correction-from";
+        if (takesValue && i + 1 >= arguments.size()) {
+            problem = argument + QStringLiteral(" needs a value");
+            return std::nullopt;
+        }
+        if (argument == u"--symbol") {
+            const QString symbol = arguments[++i].trimmed();
+            if (symbol.isEmpty()) {
+                problem = QStringLiteral("--symbol needs a symbol");
+                return std::nullopt;
+            }
+            request.symbols.append(symbol);
+        } else if (argument == u"--correction-from") {
+            request.options.dataCorrection = true;
+            request.options.correctionFrom = download::dateFromText(arguments[++i]);
+            if (!request.options.correctionFrom.isValid()) {
+                problem = QStringLiteral("'%1' is not a date of the form YYYY-MM-DD").arg(arguments[i]);
+                return std::nullopt;
+            }
+        } else if (argument == u"--current-quote") {
+            request.options.currentQuote = true;
+        } else if (argument == u"--weekend") {
+            request.options.weekendQuotes = true;
+        } else if (argument.startsWith(QLatin1String("--"))) {
+            problem = QStringLiteral("unknown option '%1'").arg(argument);
+            return std::nullopt;
+        } else {
+            request.folders.append(argument);
+        }
+    }
+    if (request.folders.isEmpty()) {
+        problem = QStringLiteral("name at least one folder");
+        return std::nullopt;
+    }
+    return request;
+}
+
+bool holds(const QStringList& symbols, const QString& symbol)
+{
+    return std::any_of(symbols.begin(), symbols.end(), [&](const QString& named) {
+        return store::sameSymbol(named, symbol);
+    });
+}
+
+int download(const QStringList& arguments, Io& io)
+{
+    QString problem;
+    const std::optional<Request> request = parse(arguments, problem);
+    if (!request)
+        return usage(io, problem);
+
+    // Every folder is read before anything is fetched, so a mistyped folder changes nothing.
+    const QDate today = QDate::currentDate();
+    QList<app::DownloadItem> items;
+    QStringList found;
+    for (const QString& folder : request->folders) {
+        QList<download::ListedSecurity> securities;
+        if (const store::Status status = download::listSecurities(folder, securities); !status.ok()) {
+            io.err << "ticksmith-cli: " << status.text() << "\n";
+            return Usage;
+        }
+        for (const download::ListedSecurity& security : securities) {
+            if (!request->symbols.isEmpty() && !holds(request->symbols, security.symbol))
+                continue;
+            found.append(security.symbol);
+            if (!download::canDownload(security.lastDate))
+                io.err << "ticksmith-cli: " << security.symbol << " has no bars to continue from; left out\n";
+            else if (download::tickedByDefault(security.lastDate, today))
+                items.append(*download::makeDownloadItem(security.symbol, security.lastDate, folder, today));
+        }
+    }
+    for (const QString& symbol : request->symbols) {
+        if (!holds(found, symbol))
+            return usage(io, QStringLiteral("no folder holds the symbol '%1'").arg(symbol));
+    }
+
+    const QSettings settings(QStringLiteral("Ticksmith"), QStringLiteral("Ticksmith"));
+    const download::ServiceAddresses addresses = download::ServiceAddresses::fromSettings(settings);
+    if (!items.isEmpty() && addresses.historyUrl.isEmpty())
+        io.err << "ticksmith-cli: the quote service is not configured; set " << download::HistoryUrlVariable
+               << " or the address in the Settings window\n";
+    download::HttpChannel channel(addresses);
+    download::DownloadJob::Events events;
+    events.historyFailed = [&io](const QString& symbol, const QString& error) {
+        io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
+        io.err.flush();
+    };
+    events.ignoredError = [&io](const QString& symbol, const QString& error) {
+        io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
+        io.err.flush();
+    };
+    events.recorded = [&io](int, int, const app::DownloadResult& result) {
+        io.out << result.symbol << "\t" << result.status << "\n";
+        io.out.flush();
+    };
+    download::DownloadJob job(channel, QLocale(), std::move(events));
+    const download::JobOutcome outcome = job.run(items, request->options, today);
+
+    io.out << download::resultsSummary(download::tallyResults(outcome.results)) << "\n";
+    if (outcome.end == download::JobOutcome::End::Stopped) {
+        io.err << "ticksmith-cli: the download stopped: " << outcome.stopReason << "\n";
+        return Problems;
+    }
+    const bool allWell = std::all_of(outcome.results.begin(), outcome.results.end(), [](const auto& result) {
+        return result.status == download::ResultOk || result.status == download::ResultUpToDate;
+    });
+    return allWell && outcome.ignoredErrors == 0 ? Success : Problems;
+}
+
+} // namespace
+
+std::vector<Command> downloadCommands()
+{
+    return {
+        {"download",
+         Arguments,
+         "Brings the securities of the FOLDERs (or only the SYMBOLs named) up to date from the quote service, "
+         "leaving out those that already hold today's bar; prints each symbol with its result, then the "
+         "summary. Exits with 1 when any security did not end OK or Up to date, or a write failed.",
+         download},
+    };
+}
+
+} // namespace cli

@@ -1,0 +1,121 @@
+#pragma once
+
+// The download job: brings every security of a download list up to date from the quote service and
+// records one result per security. It holds no window: the progress window and ticksmith-cli both run
+// it and follow it through its events.
+//
+//     download::DownloadJob job(channel, locale, events);
+//     const download::JobOutcome outcome = job.run(state.downloadList, DownloadOptions::fromState(state), today);
+//
+// Per security, in list order: a security whose only missing days are tomorrow or a skipped weekend is
+// "Up to date" without a request; otherwise one history request from its start date (or the correction
+// date) to today, its rows written oldest first through a writer of its own, optionally today's bar
+// from the current quote, then Commit, CloseSecurity, CloseFolder.
+//
+// Failures. The job starts out stopping: a failure while opening the folder, selecting the security or
+// appending history bars ends the job at once; that security gets no result, its writer is dropped
+// without writing anything, and the outcome ends Stopped with the reason. From the moment the first
+// security reaches its current-quote step (or its history request, in correction mode) the job carries
+// on past failures for the rest of the run: each is reported through Events::ignoredError and the
+// security is classified by what the service answered.
+
+#include "core/appcontext.h"
+#include "transferchannel.h"
+
+#include <QDate>
+#include <QList>
+#include <QLocale>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+namespace download {
+
+// The result texts, as the results list shows them.
+inline const QString ResultOk = QStringLiteral("OK");
+inline const QString ResultUpToDate = QStringLiteral("Up to date");
+inline const QString ResultNoData = QStringLiteral("No Data");
+inline const QString ResultNoConnection = QStringLiteral("No Connection");
+
+struct DownloadOptions
+{
+    bool weekendQuotes = false; // also download a missing Saturday or Sunday
+    bool currentQuote = false; // write today's bar from the current quote
+    bool dataCorrection = false; // fetch again from correctionFrom and replace bars of the same date
+    QDate correctionFrom;
+
+    static DownloadOptions fromState(const app::SharedState& state);
+};
+
+// Whether a security whose first missing day is from needs no request today. Without weekend
+// downloads, a Sunday missing on the Monday after it and a Saturday missing on that Saturday count as
+// up to date; every other past day is fetched.
+bool isUpToDate(QDate from, QDate today, bool weekendQuotes);
+
+// The progress window's counters: "OK", "Up to date" and "No Data" results. "No Connection" is not
+// counted.
+struct DownloadCounters
+{
+    int completed = 0;
+    int upToDate = 0;
+    int noData = 0;
+};
+
+struct JobOutcome
+{
+    enum class End
+    {
+        Completed, // every security was processed
+        Cancelled, // cancel() was seen after a security
+        Stopped, // a failure before the job started carrying on past failures
+    };
+
+    End end = End::Completed;
+    QList<app::DownloadResult> results; // one per processed security, in list order
+    DownloadCounters counters;
+    QString stopReason; // when Stopped: the symbol and what failed
+    int ignoredErrors = 0; // failures the job carried on past
+};
+
+class DownloadJob
+{
+public:
+    // Each event is optional.
+    struct Events
+    {
+        // A security is about to be checked: its number (from 1), the list's size, its symbol and the
+        // counters as they stood before it.
+        std::function<void(int index, int total, const QString& symbol, const DownloadCounters& counters)> checking;
+        // Its history is about to be requested.
+        std::function<void(const QString& symbol)> downloading;
+        // The history request brought no usable data: the symbol and why.
+        std::function<void(const QString& symbol, const QString& error)> historyFailed;
+        // Bar done of total of its history was handed to the writer; (0, total) once all are written.
+        std::function<void(int done, int total)> barWritten;
+        // Its result is recorded; cancel() called from here takes effect before the next security.
+        std::function<void(int index, int total, const app::DownloadResult& result)> recorded;
+        // A failure the job carried on past: the symbol and what failed.
+        std::function<void(const QString& symbol, const QString& error)> ignoredError;
+    };
+
+    // locale reads the current quote's volume, which the quote client formats with it. The channel
+    // must outlive the job.
+    DownloadJob(TransferChannel& channel, QLocale locale, Events events = {});
+
+    JobOutcome run(const QList<app::DownloadItem>& items, const DownloadOptions& options, QDate today);
+
+    // Asks the running job to stop after the security it is working on. May be called from an event
+    // handled while the job waits for the service.
+    void cancel() { m_cancel = true; }
+
+private:
+    class Run;
+
+    TransferChannel& m_channel;
+    QLocale m_locale;
+    Events m_events;
+    bool m_cancel = false;
+};
+
+} // namespace download

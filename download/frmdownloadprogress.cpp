@@ -1,0 +1,190 @@
+#include "frmdownloadprogress.h"
+
+#include "core/appcontext.h"
+#include "core/windowhelpers.h"
+#include "frmdownloadresults.h"
+#include "httpchannel.h"
+
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSettings>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace download {
+
+namespace {
+
+const QString StatusText = QStringLiteral("Download Progress.");
+
+} // namespace
+
+frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* parent)
+    : QDialog(parent)
+    , Label1(new QLabel(this))
+    , Label3(new QLabel(this))
+    , Label7(new QLabel(QStringLiteral("0"), this))
+    , Label8(new QLabel(QStringLiteral("0"), this))
+    , Label9(new QLabel(QStringLiteral("0"), this))
+    , PB(new QProgressBar(this))
+    , PB1(new QProgressBar(this))
+    , Command1(new QPushButton(QStringLiteral("Cancel"), this))
+    , m_context(context)
+{
+    setObjectName(QStringLiteral("frmDownloadProgress"));
+    setWindowTitle(QStringLiteral("Download Progress"));
+    for (auto [widget, name] : {std::pair<QWidget*, const char*>{Label1, "Label1"},
+                                {Label3, "Label3"},
+                                {Label7, "Label7"},
+                                {Label8, "Label8"},
+                                {Label9, "Label9"},
+                                {PB, "PB"},
+                                {PB1, "PB1"},
+                                {Command1, "Command1"}})
+        widget->setObjectName(QLatin1String(name));
+
+    const ServiceAddresses addresses = ServiceAddresses::fromSettings(*m_context.settings);
+    m_serviceConfigured =
+        !addresses.historyUrl.isEmpty() && (!m_context.state.downloadCurrentQuote || !addresses.quoteUrl.isEmpty());
+    m_channel = std::make_unique<HttpChannel>(addresses);
+    DownloadJob::Events events;
+    events.checking = [this](int index, int total, const QString& symbol, const DownloadCounters& counters) {
+        showProgress(index, total, symbol, counters);
+    };
+    events.downloading = [this](const QString& symbol) { Label1->setText(symbol); };
+    events.barWritten = [this](int done, int total) {
+        PB1->setMaximum(qMax(total, 1));
+        PB1->setValue(done);
+    };
+    events.recorded = [this](int index, int total, const app::DownloadResult&) { showRecorded(index, total); };
+    events.ignoredError = [this](const QString& symbol, const QString& error) {
+        m_writeFailures.append(symbol + QStringLiteral(": ") + error);
+    };
+    m_job = std::make_unique<DownloadJob>(*m_channel, m_context.locale, std::move(events));
+
+    PB->setMinimum(0);
+    PB1->setMinimum(0);
+    auto* counters = new QGridLayout;
+    counters->addWidget(new QLabel(QStringLiteral("Completed"), this), 0, 0);
+    counters->addWidget(Label7, 0, 1);
+    counters->addWidget(new QLabel(QStringLiteral("Upto Date"), this), 1, 0);
+    counters->addWidget(Label8, 1, 1);
+    counters->addWidget(new QLabel(QStringLiteral("No Data"), this), 2, 0);
+    counters->addWidget(Label9, 2, 1);
+    counters->setColumnStretch(2, 1);
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(Command1);
+    auto* layout = new QVBoxLayout(this);
+    Label1->setWordWrap(true);
+    layout->addWidget(Label1);
+    layout->addWidget(Label3);
+    layout->addLayout(counters);
+    layout->addWidget(PB);
+    layout->addWidget(PB1);
+    layout->addLayout(buttons);
+    resize(420, 240);
+
+    connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
+}
+
+frmDownloadProgress::~frmDownloadProgress() = default;
+
+void frmDownloadProgress::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    // The job runs once the window is on screen, from the event loop of its modal run.
+    if (!m_started)
+        QTimer::singleShot(0, this, [this] { Form_Load(); });
+}
+
+void frmDownloadProgress::Form_Load()
+{
+    if (m_started)
+        return;
+    m_started = true;
+    m_context.setStatusText(StatusText);
+    app::centreOnScreen(*this);
+    const QList<app::DownloadItem> items = m_context.state.downloadList;
+    PB->setMaximum(qMax(int(items.size()), 1));
+    PB->setValue(0);
+    Label1->setText(QStringLiteral("Connecting..."));
+
+    m_running = true;
+    m_outcome = m_job->run(items, DownloadOptions::fromState(m_context.state), m_context.today());
+    m_running = false;
+
+    m_context.state.downloadResults = m_outcome.results;
+    if (m_outcome.end == JobOutcome::End::Completed) {
+        setWindowTitle(QStringLiteral("Download Completed. / "));
+        m_context.setStatusText(StatusText);
+    }
+    // The results list holds one word per security; what went wrong in writing stays in view beside it.
+    if (m_outcome.end == JobOutcome::End::Stopped)
+        Label1->setText(QStringLiteral("Stopped: ") + m_outcome.stopReason);
+    else if (!m_writeFailures.isEmpty())
+        Label1->setText(QStringLiteral("Not all quotes were written: ") + m_writeFailures.join(QStringLiteral("; ")));
+    if (!m_serviceConfigured && !items.isEmpty()) {
+        m_context.prompter->information(
+            this,
+            QStringLiteral("Ticksmith"),
+            QStringLiteral("The quote service is not configured: enter its addresses in Tools, Settings."),
+            app::Prompter::Icon::Information);
+    }
+    DownloadComplete();
+}
+
+void frmDownloadProgress::DownloadComplete()
+{
+    frmDownloadResults results(m_context, this);
+    m_context.runModal(results);
+    accept();
+}
+
+void frmDownloadProgress::showProgress(int index, int total, const QString& symbol, const DownloadCounters& counters)
+{
+    Label7->setText(QString::number(counters.completed));
+    Label8->setText(QString::number(counters.upToDate));
+    Label9->setText(QString::number(counters.noData));
+    Label3->setText(symbol);
+    PB->setMaximum(total);
+    PB->setValue(index);
+    PB1->setValue(0);
+}
+
+void frmDownloadProgress::showRecorded(int index, int total)
+{
+    const QString caption = QStringLiteral("%1 of %2 Completed. / ").arg(index).arg(total);
+    setWindowTitle(caption);
+    m_context.setStatusText(caption);
+}
+
+void frmDownloadProgress::Command1_Click()
+{
+    m_job->cancel();
+}
+
+void frmDownloadProgress::reject()
+{
+    // While the job runs, leaving the window means stopping the job; the results follow as usual.
+    if (m_running)
+        m_job->cancel();
+    else
+        QDialog::reject();
+}
+
+void frmDownloadProgress::closeEvent(QCloseEvent* event)
+{
+    if (m_running) {
+        m_job->cancel();
+        event->ignore();
+        return;
+    }
+    QDialog::closeEvent(event);
+}
+
+} // namespace download

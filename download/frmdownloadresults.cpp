@@ -1,0 +1,67 @@
+#include "frmdownloadresults.h"
+
+#include "core/appcontext.h"
+#include "core/windowhelpers.h"
+#include "downloadresults.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QStyle>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace download {
+
+frmDownloadResults::frmDownloadResults(app::AppContext& context, QWidget* parent)
+    : QDialog(parent)
+    , ListView1(new QTreeWidget(this))
+    , Label1(new QLabel(this))
+    , Command1(new QPushButton(QStringLiteral("&OK"), this))
+    , m_context(context)
+    , m_images{style()->standardIcon(QStyle::SP_DialogApplyButton), style()->standardIcon(QStyle::SP_MessageBoxWarning)}
+{
+    setObjectName(QStringLiteral("frmDownloadResults"));
+    setWindowTitle(QStringLiteral("Download Results"));
+    ListView1->setObjectName(QStringLiteral("ListView1"));
+    Label1->setObjectName(QStringLiteral("Label1"));
+    Command1->setObjectName(QStringLiteral("Command1"));
+
+    ListView1->setHeaderLabels({QStringLiteral("Symbol"), QStringLiteral("Download Result")});
+    ListView1->setRootIsDecorated(false);
+    ListView1->setAllColumnsShowFocus(true);
+    ListView1->header()->resizeSection(0, 160);
+    Command1->setDefault(true);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(Label1, 1);
+    buttons->addWidget(Command1);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(ListView1, 1);
+    layout->addLayout(buttons);
+    resize(480, 360);
+
+    connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
+    Form_Load();
+}
+
+void frmDownloadResults::Form_Load()
+{
+    ListView1->clear();
+    for (const app::DownloadResult& result : m_context.state.downloadResults) {
+        const int image = isNoData(result.status) ? 2 : 1;
+        auto* row = new QTreeWidgetItem(ListView1, {result.symbol, result.status});
+        row->setIcon(0, m_images[image - 1]);
+        row->setData(0, ImageRole, image);
+    }
+    Label1->setText(resultsSummary(tallyResults(m_context.state.downloadResults)));
+    app::centreOnScreen(*this);
+}
+
+void frmDownloadResults::Command1_Click()
+{
+    accept();
+}
+
+} // namespace download

@@ -1,0 +1,107 @@
+#pragma once
+
+// Real data folders and the local quote server for the download tests.
+
+#include "download/httpchannel.h"
+#include "quoteserver.h"
+#include "store/metastockreader.h"
+#include "store/metastockwriter.h"
+#include "testcontext.h"
+
+#include <QDir>
+#include <QSettings>
+
+#include <gtest/gtest.h>
+
+namespace download_test {
+
+using testing_support::HistoryRow;
+using testing_support::QuoteServer;
+
+// One row per calendar day, weekends included, so that a security can be brought up to any day.
+inline QList<HistoryRow> everyDay(QDate first, QDate last)
+{
+    QList<HistoryRow> rows;
+    for (QDate date = first; date <= last; date = date.addDays(1)) {
+        const double open = 20 + date.day() / 4.0;
+        rows.append({date, open, open + 2, open - 1, open + 0.5, 1000 + date.dayOfYear(), open + 0.5});
+    }
+    return rows;
+}
+
+inline store::PriceBar barOf(const HistoryRow& row)
+{
+    return {row.date.year() * 10000 + row.date.month() * 100 + row.date.day(),
+            0,
+            row.open,
+            row.high,
+            row.low,
+            row.close,
+            double(row.volume),
+            0};
+}
+
+// Creates the folder if need be and adds a daily security with the given bars.
+inline void addSecurity(const QString& folder, const QString& symbol, const QList<HistoryRow>& rows)
+{
+    store::MetaStockWriter writer;
+    ASSERT_TRUE(writer.CreateFolder(folder).ok());
+    ASSERT_TRUE(writer.OpenFolder(folder).ok());
+    const store::Status created = writer.CreateSecurity(symbol, symbol + QStringLiteral(" Corp"), 1);
+    ASSERT_TRUE(created.ok()) << created.text().toStdString();
+    for (const HistoryRow& row : rows)
+        ASSERT_TRUE(writer.AddBar(barOf(row)).ok());
+    ASSERT_TRUE(writer.CloseFolder().ok());
+}
+
+// Every bar of the security, oldest first; empty when it cannot be read.
+inline QList<store::PriceBar> barsOf(const QString& folder, const QString& symbol)
+{
+    QList<store::PriceBar> bars;
+    store::MetaStockReader reader;
+    if (!reader.OpenFolder(folder).ok() || !reader.SelectSecurity(symbol).ok())
+        return bars;
+    qint32 more = 0;
+    while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok()) {
+        store::PriceBar bar;
+        if (reader.GetBar(bar).ok())
+            bars.append(bar);
+    }
+    (void)reader.Close();
+    return bars;
+}
+
+// The bars hold exactly the rows, in the same order and with the values a folder can keep.
+inline void expectBars(const QList<store::PriceBar>& bars, const QList<HistoryRow>& rows)
+{
+    ASSERT_EQ(bars.size(), rows.size());
+    for (qsizetype i = 0; i < rows.size(); ++i) {
+        const store::PriceBar expected = barOf(rows[i]);
+        EXPECT_EQ(bars[i].date, expected.date) << i;
+        EXPECT_FLOAT_EQ(bars[i].open, expected.open) << i;
+        EXPECT_FLOAT_EQ(bars[i].high, expected.high) << i;
+        EXPECT_FLOAT_EQ(bars[i].low, expected.low) << i;
+        EXPECT_FLOAT_EQ(bars[i].close, expected.close) << i;
+        EXPECT_FLOAT_EQ(bars[i].volume, expected.volume) << i;
+    }
+}
+
+// The history requests the server saw, by symbol, in order.
+inline QStringList historySymbols(const QuoteServer& server)
+{
+    QStringList symbols;
+    for (const auto& request : server.requests()) {
+        if (request.path == QLatin1String("/table.csv"))
+            symbols.append(request.symbol());
+    }
+    return symbols;
+}
+
+// Points the context's settings at the server.
+inline void useServer(testing_support::TestContext& context, const QuoteServer& server)
+{
+    context->settings->setValue(QLatin1String(download::QuoteUrlKey), server.url());
+    context->settings->setValue(QLatin1String(download::HistoryUrlKey), server.url());
+}
+
+} // namespace download_test
