@@ -1,10 +1,13 @@
 // Renders the windows the user manual shows into PNG files, offscreen, from a scratch program folder.
 // Usage: help-screenshots OUTPUT_FOLDER
 
+#include "download/frmdownload.h"
 #include "frmlookup.h"
 #include "frmmain.h"
 #include "frmsettings.h"
 #include "store/frmcreate.h"
+#include "store/metastockwriter.h"
+#include "symbolsdb.h"
 #include "testcontext.h"
 
 #include <QAction>
@@ -13,6 +16,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
+#include <QTreeWidget>
 #include <QWidget>
 
 #include <cstdio>
@@ -29,6 +33,41 @@ bool save(QWidget& window, const QString& folder, const char* name)
         return false;
     }
     return true;
+}
+
+// The download window over a folder of three securities, one of them up to date.
+bool saveDownload(testing_support::TestContext& context, const QString& output)
+{
+    // A short, plain path reads better in the manual than a temporary folder's name.
+    const QString data = QDir::temp().filePath(QStringLiteral("quotes/asx"));
+    QDir(data).removeRecursively();
+    QDir().mkpath(data);
+    store::MetaStockWriter writer;
+    (void)writer.OpenFolder(data);
+
+    const struct
+    {
+        const char* symbol;
+        const char* name;
+        qint32 lastDate;
+    } securities[] = {{"BHP.AX", "BHP Group", 20240612},
+                      {"RIO.AX", "Rio Tinto", 20240613},
+                      {"FMG.AX", "Fortescue", 20240614}};
+
+    for (const auto& security : securities) {
+        (void)writer.CreateSecurity(QLatin1String(security.symbol), QLatin1String(security.name), 1);
+        (void)writer.AddBar(security.lastDate, 0, 40, 41, 39, 40.5, 1000000, 0);
+    }
+    (void)writer.CloseFolder();
+    symbols::writeSys(context, {data});
+
+    download::frmDownload window(context);
+    window.resize(720, 520);
+    window.Timer1_Timer();
+    window.ListView2->topLevelItem(0)->setCheckState(0, Qt::Checked);
+    const bool saved = save(window, output, "download");
+    QDir(data).removeRecursively();
+    return saved;
 }
 
 } // namespace
@@ -65,5 +104,6 @@ int main(int argc, char** argv)
     create.Text2->setText(QStringLiteral("BHP Group"));
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
+    ok = saveDownload(context, folder) && ok;
     return ok ? 0 : 1;
 }
