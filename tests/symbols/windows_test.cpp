@@ -365,30 +365,19 @@ TEST_P(PlaceHelperTest, OpensTheConfiguredPageForTheSymbolOrSaysWhyNot)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Settings,
-    PlaceHelperTest,
-    ::testing::Values(
-        ChartCase{"notSet", nullptr, "IBM", nullptr, "No intraday chart page is configured."},
-        ChartCase{"blank", "  ", "IBM", nullptr, "No intraday chart page is configured."},
-        ChartCase{"plain",
-                  "https://charts.example.net/intraday?s={symbol}",
-                  "IBM",
-                  "https://charts.example.net/intraday?s=IBM",
-                  nullptr},
-        ChartCase{"index",
-                  "http://charts.example.net/{symbol}/1d",
-                  "^GSPC",
-                  "http://charts.example.net/%5EGSPC/1d",
-                  nullptr},
-        ChartCase{"ampersand",
-                  "https://charts.example.net/q?s={symbol}&range=1d",
-                  "M&M.NS",
-                  "https://charts.example.net/q?s=M%26M.NS&range=1d",
-                  nullptr},
-        ChartCase{"notWeb", "ftp://charts.example.net/{symbol}", "IBM", nullptr, "The intraday chart address"},
-        ChartCase{"noSymbol", "https://charts.example.net/{symbol}", " ", nullptr, "There is no symbol"}),
-    [](const auto& test) { return std::string(test.param.name); });
+const ChartCase chartCases[] = {
+    {"notSet", nullptr, "IBM", nullptr, "No intraday chart page is configured."},
+    {"blank", "  ", "IBM", nullptr, "No intraday chart page is configured."},
+    {"plain", "https://c.test/intraday?s={symbol}", "IBM", "https://c.test/intraday?s=IBM", nullptr},
+    {"index", "http://c.test/{symbol}/1d", "^GSPC", "http://c.test/%5EGSPC/1d", nullptr},
+    {"ampersand", "https://c.test/q?s={symbol}&range=1d", "M&M.NS", "https://c.test/q?s=M%26M.NS&range=1d", nullptr},
+    {"notWeb", "ftp://c.test/{symbol}", "IBM", nullptr, "The intraday chart address"},
+    {"noSymbol", "https://c.test/{symbol}", " ", nullptr, "There is no symbol"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Settings, PlaceHelperTest, ::testing::ValuesIn(chartCases), [](const auto& test) {
+    return std::string(test.param.name);
+});
 
 TEST(MarketPlaceTest, OkShowsTheSymbolsChartAndCancelShowsNothing)
 {
