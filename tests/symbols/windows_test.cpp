@@ -20,15 +20,6 @@ using symbols::frmAddNew;
 using symbols::frmLookup;
 using testing_support::Prompt;
 
-template<class T>
-T* control(QWidget& window, const char* name)
-{
-    T* found = window.findChild<T*>(QString::fromLatin1(name));
-    if (!found)
-        ADD_FAILURE() << "no control " << name << " in " << window.objectName().toStdString();
-    return found;
-}
-
 QStringList items(QComboBox* box)
 {
     QStringList texts;
@@ -43,12 +34,6 @@ QStringList column(QTreeWidget* list, int position)
     for (int i = 0; i < list->topLevelItemCount(); ++i)
         texts.append(list->topLevelItem(i)->text(position));
     return texts;
-}
-
-QTreeWidgetItem* rowWithSymbol(QTreeWidget* list, const QString& symbol)
-{
-    const auto found = list->findItems(symbol, Qt::MatchExactly, 1);
-    return found.isEmpty() ? nullptr : found.first();
 }
 
 void choose(QComboBox* box, const QString& text)
@@ -157,9 +142,9 @@ TEST_P(SingleChoiceTest, OkOrDoubleClickHandsBackTheTrimmedNameAndSymbol)
     lookup.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&lookup));
     choose(lookup.Combo1, "XETRA");
-    QTreeWidgetItem* padded = rowWithSymbol(lookup.ListView1, " PAD ");
-    ASSERT_NE(padded, nullptr);
-    const QPoint at = lookup.ListView1->visualItemRect(padded).center();
+    const auto padded = lookup.ListView1->findItems(" PAD ", Qt::MatchExactly, 1);
+    ASSERT_EQ(padded.size(), 1);
+    const QPoint at = lookup.ListView1->visualItemRect(padded[0]).center();
 
     QTest::mouseClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
     EXPECT_EQ(lookup.Text1->text(), "Padded Corp");
@@ -241,11 +226,11 @@ TEST_F(LookupTest, AddingWithOnlyTheExchangeStoresABlankEntryThatTheLookupShowsA
     QStringList offered;
     context.modalDrivers.push_back([&](QDialog& dialog) {
         EXPECT_EQ(dialog.windowTitle(), "Add New Security");
-        auto* Combo1 = control<QComboBox>(dialog, "Combo1");
-        offered = items(Combo1);
-        Combo1->setEditText("XETRA");
-        control<QPushButton>(dialog, "Command1")->click();
-        control<QPushButton>(dialog, "Command2")->click();
+        auto& addNew = dynamic_cast<frmAddNew&>(dialog);
+        offered = items(addNew.Combo1);
+        addNew.Combo1->setEditText("XETRA");
+        addNew.Command1->click();
+        addNew.Command2->click();
         return dialog.result();
     });
     lookup.Command2->click();
