@@ -28,24 +28,18 @@ protected:
     TestContext context;
 };
 
-TEST_F(SettingsTest, OpensWithTheStoredOptionsAndTipsOnWhenTheKeyIsMissing)
+// Opens with the stored options, tips on while their key is missing; Apply stores everything, Cancel nothing.
+TEST_F(SettingsTest, OpensWithTheStoredOptionsApplyStoresAndCancelDoesNot)
 {
-    symbols::writeOptions(context, {1, 3});
-    app::frmSettings settings(context);
-    EXPECT_TRUE(settings.Check1->isChecked());
-    EXPECT_EQ(settings.Slider1->value(), 3);
-    EXPECT_EQ(settings.Label1->text(), "3");
-    EXPECT_TRUE(settings.Check2->isChecked());
-    EXPECT_EQ(settings.Slider1->minimum(), 1);
-    EXPECT_EQ(settings.Slider1->maximum(), 5);
-}
-
-TEST_F(SettingsTest, ApplyStoresEverythingAndCancelNothing)
-{
-    symbols::writeOptions(context, {5, 1}); // any non-zero s1 ticks the box, and unticking stores 0
+    symbols::writeOptions(context, {5, 3}); // any non-zero s1 ticks the box, and unticking stores 0
     {
         app::frmSettings settings(context);
         ASSERT_TRUE(settings.Check1->isChecked());
+        EXPECT_EQ(settings.Slider1->value(), 3);
+        EXPECT_EQ(settings.Label1->text(), "3");
+        EXPECT_TRUE(settings.Check2->isChecked());
+        EXPECT_EQ(settings.Slider1->minimum(), 1);
+        EXPECT_EQ(settings.Slider1->maximum(), 5);
         settings.Check1->setChecked(false);
         settings.Slider1->setValue(4);
         EXPECT_EQ(settings.Label1->text(), "4");
