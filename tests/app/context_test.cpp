@@ -5,7 +5,6 @@
 #include <QDialog>
 #include <QDir>
 #include <QSettings>
-#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
