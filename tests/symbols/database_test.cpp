@@ -76,17 +76,10 @@ TEST_F(SymbolsTest, WrongEmptyOrMissingPasswordFailsAtOpen)
     EXPECT_FALSE(openError(file(), QString()).isEmpty());
 }
 
-TEST_F(SymbolsTest, OptionsAreReadAndWrittenInTheSingleSettingsRow)
+// Reading and writing the options is covered by the settings and start-up tests of the app. Without its
+// row the table is not repaired: the caller gets the failure.
+TEST_F(SymbolsTest, OptionsWithoutTheSettingsRowFail)
 {
-    const auto options = [&] {
-        const symbols::Options read = symbols::readOptions(context);
-        return std::make_pair(int(read.s1), int(read.s2));
-    };
-    EXPECT_EQ(options(), std::make_pair(0, 1));
-    symbols::writeOptions(context, {1, 4});
-    EXPECT_EQ(options(), std::make_pair(1, 4));
-
-    // Without its row the table is not repaired: the caller gets the failure.
     run({"delete from settings"});
     EXPECT_THROW(symbols::writeOptions(context, {0, 1}), DatabaseError);
     EXPECT_THROW(symbols::readOptions(context), DatabaseError);
