@@ -61,7 +61,6 @@ protected:
         EXPECT_OK(reader.GetFirstDate(last));
         m_dates = {first, last, periodicity};
         qint32 more = 0;
-        EXPECT_OK(reader.HasMoreBars(more));
         while (reader.HasMoreBars(more).ok() && more >= 1) {
             double close = 0;
             qint32 date = 0;

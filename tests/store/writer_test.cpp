@@ -89,26 +89,24 @@ protected:
         EXPECT_OK(reader.SelectSecurity("ABC"));
         qint32 more = 0;
         while (reader.HasMoreBars(more).ok() && more > 0) {
-            auto& [date, close] = result.emplace_back();
+            store::PriceBar bar;
             EXPECT_OK(reader.ReadNextBar());
-            EXPECT_OK(reader.GetBarDate(date));
-            EXPECT_OK(reader.GetClose(close));
+            EXPECT_OK(reader.GetBar(bar));
+            result.emplace_back(bar.date, bar.close);
         }
         EXPECT_OK(reader.CloseSecurity());
         EXPECT_OK(reader.Close());
         return result;
     }
 
+    // First and last date of ABC as the index gives them.
     std::pair<qint32, qint32> indexDates()
     {
-        MetaStockReader reader;
-        qint32 first = 0;
-        qint32 last = 0;
-        EXPECT_OK(reader.OpenFolder(m_folder));
-        EXPECT_OK(reader.SelectSecurity("ABC"));
-        EXPECT_OK(reader.GetFirstDate(first));
-        EXPECT_OK(reader.GetLastDate(last));
-        return {first, last};
+        for (const auto& security : store_test::securitiesOf(m_folder)) {
+            if (security.symbol == "ABC")
+                return {security.firstDate, security.lastDate};
+        }
+        return {};
     }
 
     QTemporaryDir m_root;
