@@ -126,24 +126,23 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
     EXPECT_EQ(opened, 2);
 }
 
-// From the menu or the toolbar: securities created in a new folder are listed there and in the recent list.
-TEST(MainWindowTest, CreateSecurityFillsANewFolderAndTheRecentList)
+// From the menu and from the toolbar, OK in the create window creates a security in the folder and adds it to
+// the recent list.
+TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
 {
     TestContext context;
     app::frmMain window(context);
-    const QString folder = context.makeFolder("data") + "/new";
-    context.prompter().answers = {true};
-    context.modalDrivers.push_back([&](QDialog& dialog) {
-        auto* create = qobject_cast<store::frmCreate*>(&dialog);
-        create->Text1->setText(folder);
-        for (const char* symbol : {"IBM", "VOD"}) {
-            create->Text2->setText(QStringLiteral("%1 plc").arg(QLatin1String(symbol)));
-            create->Text3->setText(QLatin1String(symbol));
-            create->Command3->click();
-        }
-        create->Command5->click();
-        return dialog.result();
-    });
+    const QString folder = context.makeFolder("data");
+    for (const char* symbol : {"IBM", "VOD"}) {
+        context.modalDrivers.push_back([&folder, symbol](QDialog& dialog) {
+            auto& create = dynamic_cast<store::frmCreate&>(dialog);
+            create.Text1->setText(folder);
+            create.Text2->setText(QStringLiteral("%1 plc").arg(QLatin1String(symbol)));
+            create.Text3->setText(symbol);
+            create.Command4->click();
+            return dialog.result();
+        });
+    }
     window.mnuCreateNew->trigger();
     window.Toolbar1_ButtonClick(2);
     EXPECT_EQ(context.modalsShown, QStringList({"frmCreate", "frmCreate"}));
