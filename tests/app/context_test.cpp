@@ -5,7 +5,6 @@
 #include <QDialog>
 #include <QDir>
 #include <QSettings>
-#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
@@ -18,20 +17,17 @@ TEST(TestPrompterTest, RecordsMessagesAndAnswersQuestionsFromTheScript)
 {
     TestContext context;
     auto& prompter = *context->prompter;
-    prompter.information(nullptr,
-                         QStringLiteral("Ticksmith"),
-                         QStringLiteral("Already Exists."),
-                         app::Prompter::Icon::Information);
+    prompter.information(nullptr, "Ticksmith", "Already Exists.", app::Prompter::Icon::Information);
     context.prompter().answers = {true};
-    EXPECT_TRUE(prompter.question(nullptr, QStringLiteral("Ticksmith"), QStringLiteral("Create it?")));
-    EXPECT_FALSE(prompter.question(nullptr, QStringLiteral("Ticksmith"), QStringLiteral("Again?")));
+    EXPECT_TRUE(prompter.question(nullptr, "Ticksmith", "Create it?"));
+    EXPECT_FALSE(prompter.question(nullptr, "Ticksmith", "Again?"));
 
     const auto& prompts = context.prompter().prompts;
     ASSERT_EQ(prompts.size(), 3);
     EXPECT_EQ(prompts[0].kind, Prompt::Kind::Information);
     EXPECT_EQ(prompts[0].icon, app::Prompter::Icon::Information);
     EXPECT_EQ(prompts[1].kind, Prompt::Kind::Question);
-    EXPECT_EQ(context.prompter().messages(), QStringList{QStringLiteral("Already Exists.")});
+    EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
     EXPECT_EQ(context.prompter().unscripted, 1);
 }
 
@@ -45,15 +41,15 @@ TEST(ModalHookTest, DrivesEachDialogInTurnAndRejectsUnscriptedOnes)
         return dialog.result();
     });
     QDialog first;
-    first.setObjectName(QStringLiteral("frmTip"));
-    first.setWindowTitle(QStringLiteral("Tip of the Day"));
+    first.setObjectName("frmTip");
+    first.setWindowTitle("Tip of the Day");
     QDialog second;
-    second.setObjectName(QStringLiteral("Form3"));
+    second.setObjectName("Form3");
 
     EXPECT_EQ(context->runModal(first), int(QDialog::Accepted));
     EXPECT_EQ(context->runModal(second), int(QDialog::Rejected));
-    EXPECT_EQ(seenTitle, QStringLiteral("Tip of the Day"));
-    EXPECT_EQ(context.modalsShown, (QStringList{QStringLiteral("frmTip"), QStringLiteral("Form3")}));
+    EXPECT_EQ(seenTitle, "Tip of the Day");
+    EXPECT_EQ(context.modalsShown, (QStringList{"frmTip", "Form3"}));
 }
 
 TEST(SettingsIsolationTest, TestsNeverReachTheUsersConfiguration)
@@ -65,7 +61,7 @@ TEST(SettingsIsolationTest, TestsNeverReachTheUsersConfiguration)
         << context->settings->fileName().toStdString();
 
     // Even the program's own store resolves inside the test's private folders.
-    QSettings programStore(QStringLiteral("Ticksmith"), QStringLiteral("Ticksmith"));
+    QSettings programStore("Ticksmith", "Ticksmith");
     EXPECT_FALSE(programStore.fileName().startsWith(realHome + u'/')) << programStore.fileName().toStdString();
 }
 
@@ -73,22 +69,11 @@ TEST(ProgramFolderTest, TicksmithHomeOverridesTheExecutablesFolder)
 {
     const QByteArray saved = qgetenv("TICKSMITH_HOME");
     qputenv("TICKSMITH_HOME", "/opt/ticksmith-data");
-    EXPECT_EQ(app::programFolder(), QStringLiteral("/opt/ticksmith-data"));
+    EXPECT_EQ(app::programFolder(), "/opt/ticksmith-data");
     qunsetenv("TICKSMITH_HOME");
     EXPECT_EQ(app::programFolder(), QCoreApplication::applicationDirPath());
     if (!saved.isEmpty())
         qputenv("TICKSMITH_HOME", saved);
-}
-
-TEST(TestContextTest, ProgramFilesLiveInTheTemporaryProgramFolder)
-{
-    TestContext context;
-    EXPECT_EQ(context->programFile(QStringLiteral("symbols.mdb")),
-              QDir(context.programFolder()).filePath(QStringLiteral("symbols.mdb")));
-    EXPECT_TRUE(QDir(context.programFolder()).exists());
-    EXPECT_EQ(context->today(), QDate(2024, 6, 14));
-    context.setToday(QDate(2005, 1, 3));
-    EXPECT_EQ(context->today(), QDate(2005, 1, 3));
 }
 
 } // namespace

@@ -45,15 +45,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
 {
     const QLocale us(QLocale::English, QLocale::UnitedStates);
-    EXPECT_EQ(app::GetShortDatePattern(us), QStringLiteral("M/d/yyyy"));
-    EXPECT_EQ(app::GetDateSeparator(us), QStringLiteral("/"));
-    EXPECT_EQ(app::FormatBarDate(us, 20050115), QStringLiteral("1/15/2005"));
+    EXPECT_EQ(app::GetShortDatePattern(us), "M/d/yyyy");
+    EXPECT_EQ(app::GetDateSeparator(us), "/");
+    EXPECT_EQ(app::FormatBarDate(us, 20050115), "1/15/2005");
 
     const QLocale german(QLocale::German, QLocale::Germany);
-    EXPECT_EQ(app::GetDateSeparator(german), QStringLiteral("."));
-    EXPECT_EQ(app::FormatBarDate(german, 20050115), QStringLiteral("15.01.2005"));
+    EXPECT_EQ(app::GetDateSeparator(german), ".");
+    EXPECT_EQ(app::FormatBarDate(german, 20050115), "15.01.2005");
 
-    EXPECT_EQ(app::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), QStringLiteral("2005-01-15"));
+    EXPECT_EQ(app::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), "2005-01-15");
 }
 
 class ParsePathTest : public ::testing::TestWithParam<std::pair<const char*, const char*>>
@@ -81,21 +81,11 @@ TEST(GoURLTest, OpensAddressesAndIgnoresEmptyText)
     EXPECT_TRUE(context.openedUrls.isEmpty());
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
-    app::GoURL(context, QStringLiteral("http://127.0.0.1/help"));
-    app::GoURL(context, QStringLiteral("example.org"));
+    app::GoURL(context, "http://127.0.0.1/help");
+    app::GoURL(context, "example.org");
     ASSERT_EQ(context.openedUrls.size(), 2);
-    EXPECT_EQ(context.openedUrls[0], QUrl(QStringLiteral("http://127.0.0.1/help")));
-    EXPECT_EQ(context.openedUrls[1].host(), QStringLiteral("example.org"));
-}
-
-TEST(BrowseForFolderTest, ReturnsTheChoiceOrEmptyTextWhenCancelled)
-{
-    testing_support::TestContext context;
-    context.prompter().folders = {QStringLiteral("/data/asx")};
-    EXPECT_EQ(app::BrowseForFolder(context, nullptr, QStringLiteral("Browse For Folder")), QStringLiteral("/data/asx"));
-    EXPECT_EQ(app::BrowseForFolder(context, nullptr, QStringLiteral("Browse For Folder")), QString());
-    ASSERT_EQ(context.prompter().prompts.size(), 2);
-    EXPECT_EQ(context.prompter().prompts[0].title, QStringLiteral("Browse For Folder"));
+    EXPECT_EQ(context.openedUrls[0], QUrl("http://127.0.0.1/help"));
+    EXPECT_EQ(context.openedUrls[1].host(), "example.org");
 }
 
 } // namespace

@@ -28,38 +28,31 @@ protected:
     TestContext context;
 };
 
-TEST_F(SettingsTest, OpensWithTheStoredOptionsAndTipsOnWhenTheKeyIsMissing)
+// Opens with the stored options, tips on while their key is missing; Apply stores everything, Cancel nothing.
+TEST_F(SettingsTest, OpensWithTheStoredOptionsApplyStoresAndCancelDoesNot)
 {
-    symbols::writeOptions(context, {1, 3});
-    app::frmSettings settings(context);
-    EXPECT_TRUE(settings.Check1->isChecked());
-    EXPECT_EQ(settings.Slider1->value(), 3);
-    EXPECT_EQ(settings.Label1->text(), QStringLiteral("3"));
-    EXPECT_TRUE(settings.Check2->isChecked());
-    EXPECT_EQ(settings.Slider1->minimum(), 1);
-    EXPECT_EQ(settings.Slider1->maximum(), 5);
-}
-
-TEST_F(SettingsTest, ApplyStoresEverythingAndCancelNothing)
-{
-    symbols::writeOptions(context, {5, 1}); // any non-zero s1 ticks the box, and unticking stores 0
+    symbols::writeOptions(context, {5, 3}); // any non-zero s1 ticks the box, and unticking stores 0
     {
         app::frmSettings settings(context);
         ASSERT_TRUE(settings.Check1->isChecked());
+        EXPECT_EQ(settings.Slider1->value(), 3);
+        EXPECT_EQ(settings.Label1->text(), "3");
+        EXPECT_TRUE(settings.Check2->isChecked());
+        EXPECT_EQ(settings.Slider1->minimum(), 1);
+        EXPECT_EQ(settings.Slider1->maximum(), 5);
         settings.Check1->setChecked(false);
         settings.Slider1->setValue(4);
-        EXPECT_EQ(settings.Label1->text(), QStringLiteral("4"));
+        EXPECT_EQ(settings.Label1->text(), "4");
         settings.Check2->setChecked(false);
-        settings.txtHistoryUrl->setText(QStringLiteral(" http://127.0.0.1:8080 "));
+        settings.txtHistoryUrl->setText(" http://127.0.0.1:8080 ");
         settings.Command2->click();
     }
     EXPECT_EQ(stored().s1, 0);
     EXPECT_EQ(stored().s2, 4);
     EXPECT_EQ(context->state.s1, 0);
     EXPECT_EQ(context->state.s2, 4);
-    EXPECT_EQ(context->settings->value(app::showTipsAtStartupKey()).toString(), QStringLiteral("0"));
-    EXPECT_EQ(context->settings->value(QLatin1String(download::HistoryUrlKey)).toString(),
-              QStringLiteral("http://127.0.0.1:8080"));
+    EXPECT_EQ(context->settings->value(app::showTipsAtStartupKey()).toString(), "0");
+    EXPECT_EQ(context->settings->value(QLatin1String(download::HistoryUrlKey)).toString(), "http://127.0.0.1:8080");
 
     app::frmSettings again(context);
     again.Slider1->setValue(2);
@@ -70,14 +63,18 @@ TEST_F(SettingsTest, ApplyStoresEverythingAndCancelNothing)
     EXPECT_EQ(again.result(), int(QDialog::Rejected));
 }
 
-TEST_F(SettingsTest, OkAppliesAndCloses)
+TEST_F(SettingsTest, OkAppliesAnIntradayTemplateWithTheSymbolAndCloses)
 {
     app::frmSettings settings(context);
     settings.Check1->setChecked(true);
+    settings.txtIntradayChartUrl->setText("https://charts.example.net/intraday?s={symbol}&range=1d");
     settings.Command1->click();
     EXPECT_EQ(settings.result(), int(QDialog::Accepted));
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
     EXPECT_EQ(stored().s1, 1);
     EXPECT_EQ(context->state.s1, 1);
+    EXPECT_EQ(context->settings->value(symbols::kIntradayChartUrlKey).toString(),
+              "https://charts.example.net/intraday?s={symbol}&range=1d");
 }
 
 struct AddressCase
@@ -113,16 +110,6 @@ INSTANTIATE_TEST_SUITE_P(Addresses,
                                            AddressCase{"txtQuoteUrl", "https://quotes.example.net/d/quotes.csv"},
                                            AddressCase{"txtIntradayChartUrl", "file:///etc/passwd"},
                                            AddressCase{"txtIntradayChartUrl", "charts {symbol}"}));
-
-TEST_F(SettingsTest, AnIntradayTemplateWithTheSymbolIsAccepted)
-{
-    app::frmSettings settings(context);
-    settings.txtIntradayChartUrl->setText(QStringLiteral("https://charts.example.net/intraday?s={symbol}&range=1d"));
-    settings.Command2->click();
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-    EXPECT_EQ(context->settings->value(symbols::kIntradayChartUrlKey).toString(),
-              QStringLiteral("https://charts.example.net/intraday?s={symbol}&range=1d"));
-}
 
 TEST(SettingsWithoutDatabaseTest, ShowsTheEnginesErrorAndSavesNothing)
 {

@@ -62,56 +62,34 @@ private:
     }
 };
 
-// A sequence of calls from OpenFolder to CloseFolder that stops at the first failure, as the windows do.
-using Sequence = std::function<Status(MetaStockWriter&, const QString& folder)>;
-
-Status createSecurity(MetaStockWriter& w, const QString& folder, const QString& symbol)
+// Runs steps until the first that fails, as the windows do.
+Status chain(std::initializer_list<std::function<Status()>> steps)
 {
-    for (const auto& step : std::initializer_list<std::function<Status()>>{
-             [&] { return w.OpenFolder(folder); },
-             [&] { return w.CreateSecurity(symbol, QStringLiteral("A long name for ") + symbol, 1); },
-             [&] { return w.AddBar(20200102, 0, 0, 0, 0, 0, 0, 0); },
-             [&] { return w.DeleteBar(QStringLiteral("20200102")); },
-             [&] { return w.CloseSecurity(); },
-             [&] { return w.CloseFolder(); }}) {
+    for (const auto& step : steps) {
         if (Status s = step(); !s.ok())
             return s;
     }
     return {};
 }
 
-// The same steps for a selected security of the standard folder.
-Status onSelected(MetaStockWriter& w, const QString& folder, const std::function<Status()>& change, bool commit)
-{
-    if (Status s = w.OpenFolder(folder); !s.ok())
-        return s;
-    if (Status s = w.SelectSecurity(QStringLiteral("ABC")); !s.ok())
-        return s;
-    if (Status s = change(); !s.ok())
-        return s;
-    if (commit) {
-        if (Status s = w.Commit(); !s.ok())
-            return s;
-    }
-    if (Status s = w.CloseSecurity(); !s.ok())
-        return s;
-    return w.CloseFolder();
-}
-
-Status onFolder(MetaStockWriter& w, const QString& folder, const std::function<Status()>& change)
-{
-    if (Status s = w.OpenFolder(folder); !s.ok())
-        return s;
-    if (Status s = change(); !s.ok())
-        return s;
-    return w.CloseFolder();
-}
-
+// A sequence from OpenFolder to CloseFolder: with `select`, ABC is selected before the change and closed after it.
 struct CrashCase
 {
     const char* what;
     int securities; // in the folder before the sequence
-    Sequence sequence;
+    bool select;
+    bool commit;
+    std::function<Status(MetaStockWriter&)> change;
+
+    Status run(MetaStockWriter& w, const QString& folder) const
+    {
+        return chain({[&] { return w.OpenFolder(folder); },
+                      [&] { return select ? w.SelectSecurity("ABC") : Status(); },
+                      [&] { return change(w); },
+                      [&] { return commit ? w.Commit() : Status(); },
+                      [&] { return select ? w.CloseSecurity() : Status(); },
+                      [&] { return w.CloseFolder(); }});
+    }
 };
 
 // A folder of `count` daily securities S1, S2, ... with a bar each, and ABC with ten bars.
@@ -157,7 +135,7 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
     FailingFileSystem counter;
     {
         MetaStockWriter writer(counter);
-        ASSERT_OK(GetParam().sequence(writer, clean));
+        ASSERT_OK(GetParam().run(writer, clean));
     }
     const auto after = snapshot(clean);
     ASSERT_NE(before, after);
@@ -173,7 +151,7 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
             failing.crash = crash;
             {
                 MetaStockWriter writer(failing);
-                (void)GetParam().sequence(writer, folder);
+                (void)GetParam().run(writer, folder);
             }
             // A reader after a crash finishes an update whose journal is in place; the temporary files of an
             // unfinished one are left for the next writer.
@@ -201,78 +179,38 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
     EXPECT_EQ(snapshot(templateFolder), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Sequences,
-    CrashTest,
-    ::testing::Values(
-        CrashCase{"create_first",
-                  0,
-                  [](MetaStockWriter& w, const QString& f) { return createSecurity(w, f, QStringLiteral("NEW")); }},
-        CrashCase{"create_255th",
-                  254,
-                  [](MetaStockWriter& w, const QString& f) { return createSecurity(w, f, QStringLiteral("NEW")); }},
-        CrashCase{"create_256th",
-                  255,
-                  [](MetaStockWriter& w, const QString& f) { return createSecurity(w, f, QStringLiteral("NEW")); }},
-        CrashCase{"append_bars",
-                  3,
-                  [](MetaStockWriter& w, const QString& f) {
-                      return onSelected(
-                          w,
-                          f,
-                          [&w] {
-                              for (qint32 date : {20200113, 20200114, 20200115}) {
-                                  if (Status s = w.AddBar(date, 0, 1, 2, 0.5, 1.5, 100, 0); !s.ok())
-                                      return s;
-                              }
-                              return Status();
-                          },
-                          true);
-                  }},
-        CrashCase{"delete_bar",
-                  3,
-                  [](MetaStockWriter& w, const QString& f) {
-                      return onSelected(
-                          w,
-                          f,
-                          [&w] { return w.DeleteBar(QStringLiteral("20200105")); },
-                          true);
-                  }},
-        CrashCase{
-            "change_bar",
-            3,
-            [](MetaStockWriter& w, const QString& f) {
-                return onSelected(
-                    w,
-                    f,
-                    [&w] {
-                        return w.ChangeBar(QStringLiteral("20200110"), QStringLiteral("-1"), -1, 9, 9, 9, 9, 9, -1);
-                    },
-                    false);
-            }},
-        CrashCase{"delete_range",
-                  3,
-                  [](MetaStockWriter& w, const QString& f) {
-                      return onSelected(
-                          w,
-                          f,
-                          [&w] { return w.DeleteBarsBetween(QStringLiteral("20200101"), QStringLiteral("20200104")); },
-                          false);
-                  }},
-        CrashCase{"rename_security",
-                  3,
-                  [](MetaStockWriter& w, const QString& f) {
-                      return onFolder(w, f, [&w] {
-                          return w.ChangeSecurity(QStringLiteral("S2"),
-                                                  QStringLiteral("Renamed"),
-                                                  QStringLiteral("NEWNAME"));
-                      });
-                  }},
-        CrashCase{"delete_security",
-                  3,
-                  [](MetaStockWriter& w, const QString& f) {
-                      return onFolder(w, f, [&w] { return w.DeleteSecurity(QStringLiteral("S2")); });
-                  }}),
-    [](const ::testing::TestParamInfo<CrashCase>& param) { return std::string(param.param.what); });
+// As the create-security window does.
+Status createNew(MetaStockWriter& w)
+{
+    return chain({[&] { return w.CreateSecurity("NEW", "A long name for NEW", 1); },
+                  [&] { return w.AddBar(20200102, 0, 0, 0, 0, 0, 0, 0); },
+                  [&] { return w.DeleteBar("20200102"); },
+                  [&] { return w.CloseSecurity(); }});
+}
+
+Status appendBars(MetaStockWriter& w)
+{
+    return chain({[&] { return w.AddBar(20200113, 0, 1, 2, 0.5, 1.5, 100, 0); },
+                  [&] { return w.AddBar(20200114, 0, 1, 2, 0.5, 1.5, 100, 0); },
+                  [&] { return w.AddBar(20200115, 0, 1, 2, 0.5, 1.5, 100, 0); }});
+}
+
+using W = MetaStockWriter;
+
+const CrashCase crashCases[] = {
+    {"create_first", 0, false, false, createNew},
+    {"create_255th", 254, false, false, createNew},
+    {"create_256th", 255, false, false, createNew},
+    {"append_bars", 3, true, true, appendBars},
+    {"delete_bar", 3, true, true, [](W& w) { return w.DeleteBar("20200105"); }},
+    {"change_bar", 3, true, false, [](W& w) { return w.ChangeBar("20200110", "-1", -1, 9, 9, 9, 9, 9, -1); }},
+    {"delete_range", 3, true, false, [](W& w) { return w.DeleteBarsBetween("20200101", "20200104"); }},
+    {"rename_security", 3, false, false, [](W& w) { return w.ChangeSecurity("S2", "Renamed", "NEWNAME"); }},
+    {"delete_security", 3, false, false, [](W& w) { return w.DeleteSecurity("S2"); }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Sequences, CrashTest, ::testing::ValuesIn(crashCases), [](const auto& param) {
+    return std::string(param.param.what);
+});
 
 } // namespace

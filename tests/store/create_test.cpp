@@ -21,22 +21,7 @@ using store::frmCreate;
 using store::SecurityDescriptor;
 using testing_support::Prompt;
 
-// Every security of a folder as the reader lists it.
-std::vector<SecurityDescriptor> securitiesOf(const QString& folder)
-{
-    std::vector<SecurityDescriptor> found;
-    store::MetaStockReader reader;
-    if (!reader.OpenFolder(folder).ok())
-        return found;
-    qint32 more = 0;
-    while (reader.HasMoreSecurities(more).ok() && more > 0 && reader.NextSecurity().ok()) {
-        SecurityDescriptor security;
-        EXPECT_OK(reader.GetSecurity(security));
-        found.push_back(security);
-    }
-    EXPECT_OK(reader.Close());
-    return found;
-}
+using store_test::securitiesOf;
 
 class CreateTest : public ::testing::Test
 {
@@ -54,7 +39,7 @@ protected:
     }
 
     testing_support::TestContext context;
-    QString folder = context.makeFolder(QStringLiteral("data"));
+    QString folder = context.makeFolder("data");
     frmCreate window{context};
     std::optional<int> closedWith;
 };
@@ -68,15 +53,15 @@ TEST_P(PeriodicityTest, CreatesAnEmptySecurityAndKeepsFolderDateAndPeriodicityFo
 {
     window.DTPicker1->setDate(QDate(2004, 3, 5));
     window.Combo1->setCurrentIndex(GetParam());
-    fill(QStringLiteral("  %1 ").arg(folder), QStringLiteral(" Intl Business Machines "), QStringLiteral("IBM"));
+    fill(QStringLiteral("  %1 ").arg(folder), " Intl Business Machines ", "IBM");
     window.Command3->click();
-    fill(window.Text1->text(), QStringLiteral("Vodafone"), QStringLiteral("VOD"));
+    fill(window.Text1->text(), "Vodafone", "VOD");
     window.Command3->click();
 
     const auto securities = securitiesOf(folder);
     ASSERT_EQ(securities.size(), 2u);
-    EXPECT_EQ(securities[0].symbol, QStringLiteral("IBM"));
-    EXPECT_EQ(securities[0].name, QStringLiteral("Intl Business Machines"));
+    EXPECT_EQ(securities[0].symbol, "IBM");
+    EXPECT_EQ(securities[0].name, "Intl Business Machines");
     for (const auto& security : securities) {
         EXPECT_EQ(security.periodicity, GetParam() + 1);
         EXPECT_EQ(security.firstDate, 20040305);
@@ -84,12 +69,12 @@ TEST_P(PeriodicityTest, CreatesAnEmptySecurityAndKeepsFolderDateAndPeriodicityFo
     store::MetaStockReader reader;
     qint32 bars = -1;
     EXPECT_OK(reader.OpenFolder(folder));
-    EXPECT_OK(reader.SelectSecurity(QStringLiteral("IBM")));
+    EXPECT_OK(reader.SelectSecurity("IBM"));
     EXPECT_OK(reader.GetBarCount(bars));
     EXPECT_EQ(bars, 0);
 
     ASSERT_EQ(context->state.recent.size(), 2);
-    EXPECT_EQ(context->state.recent[0].caption, folder + QStringLiteral("\\Intl Business Machines"));
+    EXPECT_EQ(context->state.recent[0].caption, folder + "\\Intl Business Machines");
     EXPECT_TRUE(window.Text2->text().isEmpty() && window.Text3->text().isEmpty());
     EXPECT_FALSE(closedWith);
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
@@ -113,7 +98,7 @@ class RefusalTest
 // OK as well as Create: the user gets to correct the fields, and the missing folder is never asked about.
 TEST_P(RefusalTest, UnusableFieldsAreNamedAndNothingIsTouched)
 {
-    const QString missing = folder + QStringLiteral("/new");
+    const QString missing = folder + "/new";
     fill(missing, QString::fromUtf8(GetParam().name), QString::fromUtf8(GetParam().symbol));
     window.DTPicker1->setDate(QDate(GetParam().year, 1, 2));
     window.Command4->click();
@@ -123,34 +108,32 @@ TEST_P(RefusalTest, UnusableFieldsAreNamedAndNothingIsTouched)
     EXPECT_TRUE(context->state.recent.isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Fields,
-    RefusalTest,
-    ::testing::Values(
-        Refusal{"  ", "IBM", "All Fields Are Neccessary."},
-        Refusal{"IBM", " \t", "All Fields Are Neccessary."},
-        Refusal{"Fifteen letters", "ABCDEFGHIJKLMNO", "The symbol \"ABCDEFGHIJKLMNO\" is longer than 14 characters."},
-        Refusal{"A name of forty-six characters, one too many!!",
-                "X",
-                "The name \"A name of forty-six characters, one too many!!\" is longer than 45 characters."},
-        Refusal{"Euro € Fund",
-                "EUR",
-                "The name \"Euro € Fund\" holds the character U+20ac, which the folder cannot store."},
-        Refusal{"IBM", "IBM", "18990102 is not a date between 1900-01-01 and 2099-12-31.", 1899}));
+const Refusal refusals[] = {
+    {"  ", "IBM", "All Fields Are Neccessary."},
+    {"IBM", " \t", "All Fields Are Neccessary."},
+    {"Fifteen letters", "ABCDEFGHIJKLMNO", "The symbol \"ABCDEFGHIJKLMNO\" is longer than 14 characters."},
+    {"A name of forty-six characters, one too many!!",
+     "X",
+     "The name \"A name of forty-six characters, one too many!!\" is longer than 45 characters."},
+    {"Euro € Fund", "EUR", "The name \"Euro € Fund\" holds the character U+20ac, which the folder cannot store."},
+    {"IBM", "IBM", "18990102 is not a date between 1900-01-01 and 2099-12-31.", 1899},
+};
+
+INSTANTIATE_TEST_SUITE_P(Fields, RefusalTest, ::testing::ValuesIn(refusals));
 
 TEST_F(CreateTest, MissingFolderIsCreatedOnlyWhenTheAnswerIsYes)
 {
-    const QString missing = folder + QStringLiteral("/new/deeper");
-    fill(missing, QStringLiteral("IBM"), QStringLiteral("IBM"));
+    const QString missing = folder + "/new/deeper";
+    fill(missing, "IBM", "IBM");
     context.prompter().answers = {false, true};
     window.Command3->click();
     EXPECT_FALSE(QFileInfo::exists(missing));
-    EXPECT_EQ(window.Text2->text(), QStringLiteral("IBM"));
+    EXPECT_EQ(window.Text2->text(), "IBM");
 
     window.Command3->click();
     ASSERT_EQ(securitiesOf(missing).size(), 1u);
     ASSERT_EQ(context.prompter().prompts.size(), 2);
-    EXPECT_EQ(context.prompter().prompts[0].text, QStringLiteral("Directory Not Found.\nDo You Want Create It?"));
+    EXPECT_EQ(context.prompter().prompts[0].text, "Directory Not Found.\nDo You Want Create It?");
     EXPECT_EQ(context.prompter().prompts[0].kind, Prompt::Kind::Question);
 }
 
@@ -159,14 +142,14 @@ TEST_F(CreateTest, ExistingSymbolIsRefusedAndTheBoxesClearedAsAfterACreation)
 {
     for (const char* name : {"First", "Second"}) {
         fill(folder, QString::fromLatin1(name), QString());
-        QTest::keyClicks(window.Text3, QStringLiteral("ibm"));
-        EXPECT_EQ(window.Text3->text(), QStringLiteral("IBM"));
+        QTest::keyClicks(window.Text3, "ibm");
+        EXPECT_EQ(window.Text3->text(), "IBM");
         QTest::keyClick(window.Text3, Qt::Key_Return);
     }
-    EXPECT_EQ(context.prompter().messages(), QStringList{QStringLiteral("Already Exists.")});
+    EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
     const auto securities = securitiesOf(folder);
     ASSERT_EQ(securities.size(), 1u);
-    EXPECT_EQ(securities[0].name, QStringLiteral("First"));
+    EXPECT_EQ(securities[0].name, "First");
     EXPECT_EQ(context->state.recent.size(), 1);
     EXPECT_TRUE(window.Text2->text().isEmpty() && window.Text3->text().isEmpty());
     EXPECT_FALSE(closedWith);
@@ -175,11 +158,11 @@ TEST_F(CreateTest, ExistingSymbolIsRefusedAndTheBoxesClearedAsAfterACreation)
 // A failing component never stops the sequence nor shows anything: the recent entry is still added.
 TEST_F(CreateTest, DamagedFolderGivesNoMessageAndIsLeftAsItWas)
 {
-    store_test::writeFile(QDir(folder).filePath(QStringLiteral("MASTER")), QByteArray("not an index"));
-    fill(folder, QStringLiteral("IBM"), QStringLiteral("IBM"));
+    store_test::writeFile(QDir(folder).filePath("MASTER"), QByteArray("not an index"));
+    fill(folder, "IBM", "IBM");
     window.Command3->click();
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
-    EXPECT_EQ(store_test::readFile(QDir(folder).filePath(QStringLiteral("MASTER"))), QByteArray("not an index"));
+    EXPECT_EQ(store_test::readFile(QDir(folder).filePath("MASTER")), QByteArray("not an index"));
     EXPECT_EQ(context->state.recent.size(), 1);
     EXPECT_TRUE(window.Text2->text().isEmpty());
 }
@@ -190,14 +173,14 @@ TEST_F(CreateTest, OkAndCloseLeaveTheTrimmedFolderAsTheSharedOne)
 {
     EXPECT_EQ(window.Text1->text(), context.programFolder());
     EXPECT_EQ(window.DTPicker1->date(), context->today());
-    fill(QStringLiteral(" %1/absent ").arg(folder), QStringLiteral("IBM"), QStringLiteral("IBM"));
+    fill(QStringLiteral(" %1/absent ").arg(folder), "IBM", "IBM");
     context.prompter().answers = {false};
     window.Command4->click(); // the folder question is answered No
     EXPECT_EQ(closedWith, QDialog::Accepted);
-    EXPECT_EQ(context->state.currentFolder, folder + QStringLiteral("/absent"));
+    EXPECT_EQ(context->state.currentFolder, folder + "/absent");
 
     frmCreate second(context);
-    EXPECT_EQ(second.Text1->text(), folder + QStringLiteral("/absent"));
+    EXPECT_EQ(second.Text1->text(), folder + "/absent");
     second.Text1->setText(folder);
     second.Command5->click();
     EXPECT_EQ(context->state.currentFolder, folder);
@@ -210,7 +193,7 @@ TEST_F(CreateTest, BrowseAsksWithItsTitleAndTakesEvenACancel)
     EXPECT_EQ(window.Text1->text(), folder);
     window.Command1->click();
     EXPECT_TRUE(window.Text1->text().isEmpty());
-    EXPECT_EQ(context.prompter().prompts[0].title, QStringLiteral("Select a directory that contains MetaStock files!"));
+    EXPECT_EQ(context.prompter().prompts[0].title, "Select a directory that contains MetaStock files!");
 }
 
 TEST_F(CreateTest, LookupFillsNameAndSymbolAndItsCloseLeavesThem)
@@ -218,15 +201,15 @@ TEST_F(CreateTest, LookupFillsNameAndSymbolAndItsCloseLeavesThem)
     ASSERT_TRUE(context.installProgramFile(symbols::kDatabaseFileName));
     QString name, symbol;
     context.modalDrivers.push_back([&](QDialog& lookup) {
-        auto* list = lookup.findChild<QTreeWidget*>(QStringLiteral("ListView1"));
+        auto* list = lookup.findChild<QTreeWidget*>("ListView1");
         list->setCurrentItem(list->topLevelItem(0));
         name = list->topLevelItem(0)->text(0);
         symbol = list->topLevelItem(0)->text(1);
-        lookup.findChild<QPushButton*>(QStringLiteral("Command1"))->click();
+        lookup.findChild<QPushButton*>("Command1")->click();
         return lookup.result();
     });
     context.modalDrivers.push_back([](QDialog& lookup) {
-        lookup.findChild<QPushButton*>(QStringLiteral("Command3"))->click();
+        lookup.findChild<QPushButton*>("Command3")->click();
         return lookup.result();
     });
     window.Command2->click();
@@ -235,7 +218,7 @@ TEST_F(CreateTest, LookupFillsNameAndSymbolAndItsCloseLeavesThem)
     EXPECT_EQ(window.Text3->text(), symbol.trimmed());
     window.Command2->click();
     EXPECT_EQ(window.Text2->text(), name.trimmed());
-    EXPECT_EQ(context.modalsShown, QStringList({QStringLiteral("frmLookup"), QStringLiteral("frmLookup")}));
+    EXPECT_EQ(context.modalsShown, QStringList({"frmLookup", "frmLookup"}));
 }
 
 } // namespace

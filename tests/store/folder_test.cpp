@@ -10,13 +10,14 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <algorithm>
 
 namespace {
 
 using store::ErrorCode;
 using store::MetaStockReader;
 using store::MetaStockWriter;
+using store_test::hex;
 using store_test::problemsOf;
 using store_test::readFile;
 using store_test::snapshot;
@@ -30,10 +31,10 @@ protected:
     {
         MetaStockWriter writer;
         ASSERT_OK(writer.OpenFolder(m_dir.path()));
-        ASSERT_OK(writer.CreateSecurity(QStringLiteral("ABC"), QStringLiteral("Alpha Beta Gamma Delta"), 1));
+        ASSERT_OK(writer.CreateSecurity("ABC", "Alpha Beta Gamma Delta", 1));
         for (qint32 date : {20200102, 20200103, 20200106})
             ASSERT_OK(writer.AddBar(date, 0, 1, 2, 0.5, 1.5, 100, 0));
-        ASSERT_OK(writer.CreateSecurity(QStringLiteral("DEF"), QStringLiteral("Def"), 1));
+        ASSERT_OK(writer.CreateSecurity("DEF", "Def", 1));
         ASSERT_OK(writer.AddBar(20200102, 0, 1, 1, 1, 1, 1, 0));
         ASSERT_OK(writer.CloseFolder());
         ASSERT_EQ(problemsOf(m_dir.path()), QString());
@@ -42,9 +43,11 @@ protected:
 public:
     QString path(const char* name) const { return m_dir.filePath(QLatin1String(name)); }
 
+    // Writes `bytes` over the file's bytes from `offset`, making the file longer where needed.
     void patch(const char* name, qsizetype offset, const QByteArray& bytes)
     {
         QByteArray content = readFile(path(name));
+        content.resize(std::max(content.size(), offset + bytes.size()));
         content.replace(offset, bytes.size(), bytes);
         writeFile(path(name), content);
     }
@@ -72,9 +75,9 @@ TEST_F(FolderTest, LowerCaseNamesAreFoundAndKept)
 
     MetaStockWriter writer;
     ASSERT_OK(writer.OpenFolder(m_dir.path()));
-    ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
+    ASSERT_OK(writer.SelectSecurity("ABC"));
     ASSERT_OK(writer.AddBar(20200107, 0, 1, 1, 1, 1, 1, 0));
-    ASSERT_OK(writer.CreateSecurity(QStringLiteral("GHI"), QStringLiteral("Ghi"), 1));
+    ASSERT_OK(writer.CreateSecurity("GHI", "Ghi", 1));
     ASSERT_OK(writer.CloseFolder());
     EXPECT_EQ(snapshot(m_dir.path()).keys(), (QStringList{"F3.DAT", "emaster", "f1.dat", "f2.dat", "master"}));
     EXPECT_EQ(problemsOf(m_dir.path()), QString());
@@ -83,18 +86,18 @@ TEST_F(FolderTest, LowerCaseNamesAreFoundAndKept)
 TEST_F(FolderTest, MasterWithoutEmasterIsReadAndCompleted)
 {
     ASSERT_TRUE(QFile::remove(path("EMASTER")));
-    EXPECT_TRUE(problemsOf(m_dir.path()).startsWith(QStringLiteral("MASTER: there is no EMASTER")));
+    EXPECT_TRUE(problemsOf(m_dir.path()).startsWith("MASTER: there is no EMASTER"));
     MetaStockReader reader;
     ASSERT_OK(reader.OpenFolder(m_dir.path()));
     EXPECT_EQ(barCount(reader, "ABC"), 3);
     QString name;
     ASSERT_OK(reader.GetName(name));
-    EXPECT_EQ(name, QStringLiteral("Alpha Beta Gamma")); // MASTER holds 16 characters
+    EXPECT_EQ(name, "Alpha Beta Gamma"); // MASTER holds 16 characters
     ASSERT_OK(reader.Close());
 
     MetaStockWriter writer;
     ASSERT_OK(writer.OpenFolder(m_dir.path()));
-    ASSERT_OK(writer.ChangeSecurity(QStringLiteral("DEF"), QStringLiteral("Def"), QStringLiteral("DEF")));
+    ASSERT_OK(writer.ChangeSecurity("DEF", "Def", "DEF"));
     ASSERT_OK(writer.CloseFolder());
     EXPECT_EQ(problemsOf(m_dir.path()), QString());
 }
@@ -102,45 +105,45 @@ TEST_F(FolderTest, MasterWithoutEmasterIsReadAndCompleted)
 TEST_F(FolderTest, ReaderReportsTheStoredIndexDates)
 {
     // The last date in MASTER (MBF at 29 of record 1) and EMASTER (IEEE at 72) say 2020-12-31.
-    patch("MASTER", 53 + 29, QByteArray::fromHex("00 00 00 00"));
     const quint32 word = *store::metastock::floatToMbf(1201231);
     QByteArray mbf(4, '\0');
     store::metastock::writeU32(mbf.data(), word);
     patch("MASTER", 53 + 29, mbf);
     MetaStockReader reader;
     ASSERT_OK(reader.OpenFolder(m_dir.path()));
-    ASSERT_OK(reader.SelectSecurity(QStringLiteral("ABC")));
+    ASSERT_OK(reader.SelectSecurity("ABC"));
     qint32 last = 0;
     ASSERT_OK(reader.GetLastDate(last));
     EXPECT_EQ(last, 20201231);
-    EXPECT_TRUE(
-        problemsOf(m_dir.path()).contains(QStringLiteral("F1.DAT: the index gives ABC dates 20200102..20201231")));
+    EXPECT_TRUE(problemsOf(m_dir.path()).contains("F1.DAT: the index gives ABC dates 20200102..20201231"));
 }
 
 // A reader delivers bars out of order as they are; a writer would have to reorder them, and refuses.
 TEST_F(FolderTest, BarsOutOfOrderAreReadButNotRewritten)
 {
-    patch("F1.DAT", 2 * 28, QByteArray::fromHex("C82F0095")); // bar 2 dated 2005-01-05
+    patch("F1.DAT", 2 * 28, hex("C82F0095")); // bar 2 dated 2005-01-05
     const auto before = snapshot(m_dir.path());
-    EXPECT_TRUE(problemsOf(m_dir.path())
-                    .contains(QStringLiteral("F1.DAT: bar 2 (20050105) is not later than the bar before it")))
+    EXPECT_TRUE(problemsOf(m_dir.path()).contains("F1.DAT: bar 2 (20050105) is not later than the bar before it"))
         << qPrintable(problemsOf(m_dir.path()));
     MetaStockReader reader;
     ASSERT_OK(reader.OpenFolder(m_dir.path()));
     EXPECT_EQ(barCount(reader, "ABC"), 3);
     MetaStockWriter writer;
     ASSERT_OK(writer.OpenFolder(m_dir.path()));
-    EXPECT_FAILS_WITH(writer.SelectSecurity(QStringLiteral("ABC")), ErrorCode::Damaged);
+    EXPECT_FAILS_WITH(writer.SelectSecurity("ABC"), ErrorCode::Damaged);
     ASSERT_OK(writer.CloseFolder());
     EXPECT_EQ(snapshot(m_dir.path()), before);
 }
 
+// `bytes` written into `file` at `offset`; without bytes the file is cut to `offset` bytes, or removed when
+// `offset` is -1.
 struct Damage
 {
     const char* what;
-    std::function<void(FolderTest&)> apply;
-    const char* file; // the file the error names
+    const char* file; // the damaged file, which the error names
     bool openFails; // OpenFolder fails; otherwise selecting ABC fails
+    qsizetype offset;
+    QByteArray bytes;
 };
 
 class DamageTest
@@ -150,7 +153,13 @@ class DamageTest
 
 TEST_P(DamageTest, FailsCleanlyNamingTheFile)
 {
-    GetParam().apply(*this);
+    const Damage& damage = GetParam();
+    if (damage.offset < 0)
+        ASSERT_TRUE(QFile::remove(path(damage.file)));
+    else if (damage.bytes.isEmpty())
+        writeFile(path(damage.file), readFile(path(damage.file)).left(damage.offset));
+    else
+        patch(damage.file, damage.offset, damage.bytes);
     const auto before = snapshot(m_dir.path());
     EXPECT_TRUE(problemsOf(m_dir.path()).contains(QLatin1String(GetParam().file) + u':'))
         << qPrintable(problemsOf(m_dir.path()));
@@ -162,8 +171,8 @@ TEST_P(DamageTest, FailsCleanlyNamingTheFile)
     if (!GetParam().openFails) {
         ASSERT_OK(read);
         ASSERT_OK(write);
-        read = reader.SelectSecurity(QStringLiteral("ABC"));
-        write = writer.SelectSecurity(QStringLiteral("ABC"));
+        read = reader.SelectSecurity("ABC");
+        write = writer.SelectSecurity("ABC");
         EXPECT_FAILS_WITH(writer.AddBar(20200108, 0, 1, 1, 1, 1, 1, 0), ErrorCode::NoSecurity);
         // The sound security next to it still works.
         EXPECT_EQ(barCount(reader, "DEF"), 1);
@@ -179,40 +188,13 @@ TEST_P(DamageTest, FailsCleanlyNamingTheFile)
 INSTANTIATE_TEST_SUITE_P(
     Damages,
     DamageTest,
-    ::testing::Values(
-        Damage{"MASTER count beyond its size",
-               [](FolderTest& f) { f.patch("MASTER", 0, QByteArray::fromHex("0300")); },
-               "MASTER",
-               true},
-        Damage{"MASTER cut short",
-               [](FolderTest& f) {
-                   auto& d = f;
-                   writeFile(d.path("MASTER"), readFile(d.path("MASTER")).left(100));
-               },
-               "MASTER",
-               true},
-        Damage{"two securities with one file",
-               [](FolderTest& f) { f.patch("MASTER", 2 * 53, QByteArray::fromHex("01")); },
-               "MASTER",
-               true},
-        Damage{"impossible field count",
-               [](FolderTest& f) { f.patch("MASTER", 53 + 3, QByteArray::fromHex("2409")); },
-               "MASTER",
-               true},
-        Damage{"XMASTER without its magic",
-               [](FolderTest& f) { writeFile(f.path("XMASTER"), QByteArray(300, 'x')); },
-               "XMASTER",
-               true},
-        Damage{"data file counter past its end",
-               [](FolderTest& f) { f.patch("F1.DAT", 2, QByteArray::fromHex("0500")); },
-               "F1.DAT",
-               false},
-        Damage{"data file missing", [](FolderTest& f) { QFile::remove(f.path("F1.DAT")); }, "F1.DAT", false}),
-    [](const ::testing::TestParamInfo<Damage>& param) {
-        std::string name;
-        for (const char* c = param.param.what; *c; ++c)
-            name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-        return name;
-    });
+    ::testing::Values(Damage{"MASTER count beyond its size", "MASTER", true, 0, hex("0300")},
+                      Damage{"MASTER cut short", "MASTER", true, 100, {}},
+                      Damage{"two securities with one file", "MASTER", true, 2 * 53, hex("01")},
+                      Damage{"impossible field count", "MASTER", true, 53 + 3, hex("2409")},
+                      Damage{"XMASTER without its magic", "XMASTER", true, 0, QByteArray(300, 'x')},
+                      Damage{"data file counter past its end", "F1.DAT", false, 2, hex("0500")},
+                      Damage{"data file missing", "F1.DAT", false, -1, {}}),
+    store_test::nameOf<Damage>);
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "store/metastock/datafile.h"
 #include "store/metastock/mbf.h"
 #include "store/metastock/report.h"
+#include "storetest.h"
 
 #include <gtest/gtest.h>
 
@@ -14,10 +15,7 @@ namespace {
 
 using namespace store::metastock;
 
-QByteArray hex(const char* text)
-{
-    return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
-}
+using store_test::hex;
 
 struct MbfCase
 {
@@ -58,22 +56,18 @@ TEST(Mbf, EdgesOfTheRange)
     EXPECT_FALSE(floatToMbf(-std::ldexp(1.0, 127)));
     EXPECT_TRUE(floatToMbf(std::ldexp(1.0, 127) * (1 - 1e-7)));
     // Exponents 1 and 2 lie below the IEEE normal range; the other bytes never matter for exponent 0.
-    EXPECT_EQ(mbfToFloat(0x01FFFFFFu), 0.0f);
-    EXPECT_EQ(mbfToFloat(0x02123456u), 0.0f);
-    EXPECT_EQ(mbfToFloat(0x00FFFFFFu), 0.0f);
+    for (quint32 word : {0x01FFFFFFu, 0x02123456u, 0x00FFFFFFu})
+        EXPECT_EQ(mbfToFloat(word), 0.0f) << word;
     // Largest MBF exponent: finite.
     EXPECT_TRUE(std::isfinite(mbfToFloat(0xFF7FFFFFu)));
 }
 
 TEST(Dates, CalendarAndStoredForm)
 {
-    EXPECT_TRUE(isValidDate(19000101));
-    EXPECT_TRUE(isValidDate(20991231));
-    EXPECT_TRUE(isValidDate(20000229));
-    EXPECT_FALSE(isValidDate(19000229));
-    EXPECT_FALSE(isValidDate(18991231));
-    EXPECT_FALSE(isValidDate(21000101));
-    EXPECT_FALSE(isValidDate(20041301));
+    for (qint32 date : {19000101, 20991231, 20000229})
+        EXPECT_TRUE(isValidDate(date)) << date;
+    for (qint32 date : {19000229, 18991231, 21000101, 20041301})
+        EXPECT_FALSE(isValidDate(date)) << date;
     EXPECT_EQ(dateFromStored(storedFromDate(20160229)), 20160229);
     EXPECT_EQ(dateFromStored(971231.0f), 19971231);
     EXPECT_EQ(dateFromStored(-5.0f), 0);

@@ -2,6 +2,7 @@
 
 #include "store/filesystem.h"
 #include "store/metastock/folder.h"
+#include "store/metastockreader.h"
 #include "store/status.h"
 
 #include <QByteArray>
@@ -11,6 +12,10 @@
 #include <QString>
 
 #include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+#include <vector>
 
 // Fails the test with the status text when an operation of the data component fails.
 #define ASSERT_OK(expression)                                                                                          \
@@ -56,6 +61,22 @@ inline QMap<QString, QByteArray> snapshot(const QString& folder)
     return files;
 }
 
+// Bytes written as hexadecimal pairs, blanks allowed between them.
+inline QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
+}
+
+// A test name from the `what` of a parameter: letters and digits kept, the rest turned into '_'.
+template<class Param>
+std::string nameOf(const ::testing::TestParamInfo<Param>& info)
+{
+    std::string name;
+    for (const char* c = info.param.what; *c; ++c)
+        name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
+    return name;
+}
+
 inline QByteArray readFile(const QString& path)
 {
     QFile file(path);
@@ -79,6 +100,20 @@ inline QString problemsOf(const QString& folder)
     for (const auto& problem : problems)
         text += problem.file + QStringLiteral(": ") + problem.text + u'\n';
     return text;
+}
+
+// Every security of a folder as the reader lists it.
+inline std::vector<store::SecurityDescriptor> securitiesOf(const QString& folder)
+{
+    std::vector<store::SecurityDescriptor> found;
+    store::MetaStockReader reader;
+    EXPECT_OK(reader.OpenFolder(folder));
+    qint32 more = 0;
+    while (reader.HasMoreSecurities(more).ok() && more > 0 && reader.NextSecurity().ok()) {
+        EXPECT_OK(reader.GetSecurity(found.emplace_back()));
+    }
+    EXPECT_OK(reader.Close());
+    return found;
 }
 
 } // namespace store_test

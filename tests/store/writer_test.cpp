@@ -9,28 +9,34 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <functional>
+#include <limits>
+
 namespace {
 
 using store::ErrorCode;
 using store::MetaStockReader;
 using store::MetaStockWriter;
+using store::Status;
+using store_test::hex;
 using store_test::problemsOf;
 using store_test::snapshot;
+using W = MetaStockWriter;
+using Closes = std::vector<std::pair<qint32, double>>;
 
-QByteArray hex(const char* text)
+store::PriceBar bar(qint32 date, double close)
 {
-    return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
+    return {date, 0, close, close + 1, close - 1, close, 1000, 0};
 }
 
 class WriterTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_root.isValid()); }
-
     // As the create-security window does: a security with its first date and no bars.
     void create(const QString& symbol, const QString& name, qint32 firstDate, qint32 periodicity = store::Daily)
     {
-        MetaStockWriter writer;
+        W writer;
         ASSERT_OK(writer.CreateFolder(m_folder));
         ASSERT_OK(writer.OpenFolder(m_folder));
         bool exists = true;
@@ -44,70 +50,73 @@ protected:
     }
 
     // As the download does: bars oldest first, replacing bars of the same date.
-    void append(const QString& symbol, const std::vector<store::PriceBar>& bars)
+    void append(const std::vector<store::PriceBar>& bars)
     {
-        MetaStockWriter writer;
+        edit(
+            [&](W& writer) {
+                for (const store::PriceBar& bar : bars) {
+                    bool exists = false;
+                    ASSERT_OK(writer.BarExists(QString::number(bar.date), exists));
+                    if (exists) {
+                        ASSERT_OK(writer.DeleteBar(QString::number(bar.date)));
+                    }
+                    ASSERT_OK(writer.AddBar(bar));
+                }
+            },
+            true);
+    }
+
+    // Opens the folder, selects ABC, makes the changes and closes security and folder; Commit only when asked.
+    void edit(const std::function<void(W&)>& change, bool commit = false)
+    {
+        W writer;
         ASSERT_OK(writer.OpenFolder(m_folder));
-        ASSERT_OK(writer.SelectSecurity(symbol));
-        for (const store::PriceBar& bar : bars) {
-            bool exists = false;
-            ASSERT_OK(writer.BarExists(QString::number(bar.date), exists));
-            if (exists) {
-                ASSERT_OK(writer.DeleteBar(QString::number(bar.date)));
-            }
-            ASSERT_OK(writer.AddBar(bar));
+        ASSERT_OK(writer.SelectSecurity("ABC"));
+        change(writer);
+        if (commit) {
+            ASSERT_OK(writer.Commit());
         }
-        ASSERT_OK(writer.Commit());
         ASSERT_OK(writer.CloseSecurity());
         ASSERT_OK(writer.CloseFolder());
     }
 
-    // Dates and closes of a security as the reader delivers them.
-    std::vector<std::pair<qint32, double>> closes(const QString& symbol)
+    // Dates and closes of ABC as the reader delivers them.
+    Closes closes()
     {
-        std::vector<std::pair<qint32, double>> result;
+        Closes result;
         MetaStockReader reader;
         EXPECT_OK(reader.OpenFolder(m_folder));
-        EXPECT_OK(reader.SelectSecurity(symbol));
+        EXPECT_OK(reader.SelectSecurity("ABC"));
         qint32 more = 0;
         while (reader.HasMoreBars(more).ok() && more > 0) {
-            qint32 date = 0;
-            double close = 0;
+            store::PriceBar bar;
             EXPECT_OK(reader.ReadNextBar());
-            EXPECT_OK(reader.GetBarDate(date));
-            EXPECT_OK(reader.GetClose(close));
-            result.emplace_back(date, close);
+            EXPECT_OK(reader.GetBar(bar));
+            result.emplace_back(bar.date, bar.close);
         }
         EXPECT_OK(reader.CloseSecurity());
         EXPECT_OK(reader.Close());
         return result;
     }
 
-    std::pair<qint32, qint32> indexDates(const QString& symbol)
+    // First and last date of ABC as the index gives them.
+    std::pair<qint32, qint32> indexDates()
     {
-        MetaStockReader reader;
-        qint32 first = 0;
-        qint32 last = 0;
-        EXPECT_OK(reader.OpenFolder(m_folder));
-        EXPECT_OK(reader.SelectSecurity(symbol));
-        EXPECT_OK(reader.GetFirstDate(first));
-        EXPECT_OK(reader.GetLastDate(last));
-        return {first, last};
-    }
-
-    static store::PriceBar bar(qint32 date, double close)
-    {
-        return {date, 0, close, close + 1, close - 1, close, 1000, 0};
+        for (const auto& security : store_test::securitiesOf(m_folder)) {
+            if (security.symbol == "ABC")
+                return {security.firstDate, security.lastDate};
+        }
+        return {};
     }
 
     QTemporaryDir m_root;
-    QString m_folder = m_root.filePath(QStringLiteral("data/nested"));
+    QString m_folder = m_root.filePath("data/nested");
 };
 
 TEST_F(WriterTest, WritesTheFormatByteForByte)
 {
-    create(QStringLiteral("abc"), QStringLiteral("Alpha Beta"), 20050103);
-    append(QStringLiteral("ABC"), {{20050103, 0, 12.5, 13.5, 12.5, 13.0, 1000, 0}});
+    create("abc", "Alpha Beta", 20050103);
+    append({{20050103, 0, 12.5, 13.5, 12.5, 13.0, 1000, 0}});
 
     const auto files = snapshot(m_folder);
     EXPECT_EQ(files.keys(), (QStringList{"EMASTER", "F1.DAT", "MASTER"}));
@@ -134,41 +143,32 @@ TEST_F(WriterTest, WritesTheFormatByteForByte)
 
 TEST_F(WriterTest, NewSecurityKeepsItsFirstDateWithoutBars)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040315);
-    EXPECT_TRUE(closes(QStringLiteral("ABC")).empty());
-    EXPECT_EQ(indexDates(QStringLiteral("ABC")), std::make_pair(20040315, 20040315));
+    create("ABC", "Alpha", 20040315);
+    EXPECT_TRUE(closes().empty());
+    EXPECT_EQ(indexDates(), std::make_pair(20040315, 20040315));
     EXPECT_EQ(problemsOf(m_folder), QString());
 
-    append(QStringLiteral("ABC"), {bar(20040316, 1), bar(20040317, 2)});
-    EXPECT_EQ(indexDates(QStringLiteral("ABC")), std::make_pair(20040316, 20040317));
+    append({bar(20040316, 1), bar(20040317, 2)});
+    EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040317));
     // Deleting every bar again falls back to the first date.
-    MetaStockWriter writer;
-    ASSERT_OK(writer.OpenFolder(m_folder));
-    ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
-    ASSERT_OK(writer.DeleteBarsBetween(QStringLiteral("20040101"), QStringLiteral("20041231")));
-    ASSERT_OK(writer.CloseFolder());
-    EXPECT_EQ(indexDates(QStringLiteral("ABC")), std::make_pair(20040316, 20040316));
+    edit([](W& w) { ASSERT_OK(w.DeleteBarsBetween("20040101", "20041231")); });
+    EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040316));
     EXPECT_EQ(problemsOf(m_folder), QString());
 }
 
 TEST_F(WriterTest, KeepsBarsInDateOrderWithOneBarPerDate)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    append(QStringLiteral("ABC"), {bar(20040105, 1), bar(20040107, 3)});
-    MetaStockWriter writer;
-    ASSERT_OK(writer.OpenFolder(m_folder));
-    ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
-    ASSERT_OK(writer.AddBar(bar(20040106, 2))); // older than the last bar: inserted in its place
-    ASSERT_OK(writer.AddBar(bar(20040107, 30))); // same date: replaces
-    ASSERT_OK(writer.AddBar(bar(20040102, 0.5))); // before the first bar: the first date moves
-    ASSERT_OK(writer.Commit());
-    ASSERT_OK(writer.CloseFolder());
-    const std::vector<std::pair<qint32, double>> expected{{20040102, 0.5},
-                                                          {20040105, 1},
-                                                          {20040106, 2},
-                                                          {20040107, 30}};
-    EXPECT_EQ(closes(QStringLiteral("ABC")), expected);
-    EXPECT_EQ(indexDates(QStringLiteral("ABC")), std::make_pair(20040102, 20040107));
+    create("ABC", "Alpha", 20040105);
+    append({bar(20040105, 1), bar(20040107, 3)});
+    edit(
+        [](W& w) {
+            ASSERT_OK(w.AddBar(bar(20040106, 2))); // older than the last bar: inserted in its place
+            ASSERT_OK(w.AddBar(bar(20040107, 30))); // same date: replaces
+            ASSERT_OK(w.AddBar(bar(20040102, 0.5))); // before the first bar: the first date moves
+        },
+        true);
+    EXPECT_EQ(closes(), (Closes{{20040102, 0.5}, {20040105, 1}, {20040106, 2}, {20040107, 30}}));
+    EXPECT_EQ(indexDates(), std::make_pair(20040102, 20040107));
 }
 
 struct RangeCase
@@ -185,17 +185,17 @@ class DeleteRangeTest
 
 TEST_P(DeleteRangeTest, IncludesBothEnds)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    append(QStringLiteral("ABC"), {bar(20040105, 1), bar(20040106, 2), bar(20040107, 3), bar(20040108, 4)});
+    create("ABC", "Alpha", 20040105);
+    append({bar(20040105, 1), bar(20040106, 2), bar(20040107, 3), bar(20040108, 4)});
     // As the delete-before-date window does: no Commit, the folder closed before the security.
-    MetaStockWriter writer;
+    W writer;
     ASSERT_OK(writer.OpenFolder(m_folder));
-    ASSERT_OK(writer.SelectSecurityByName(QStringLiteral("ALPHA")));
-    ASSERT_OK(writer.DeleteBarsBetween(QLatin1String(GetParam().from), QLatin1String(GetParam().to)));
+    ASSERT_OK(writer.SelectSecurityByName("ALPHA"));
+    ASSERT_OK(writer.DeleteBarsBetween(GetParam().from, GetParam().to));
     ASSERT_OK(writer.CloseFolder());
     ASSERT_OK(writer.CloseSecurity());
     std::vector<qint32> left;
-    for (const auto& [date, close] : closes(QStringLiteral("ABC")))
+    for (const auto& [date, close] : closes())
         left.push_back(date);
     EXPECT_EQ(left, GetParam().left);
     EXPECT_EQ(problemsOf(m_folder), QString());
@@ -209,51 +209,39 @@ INSTANTIATE_TEST_SUITE_P(
                       RangeCase{"20040108", "20040105", {20040105, 20040106, 20040107, 20040108}},
                       RangeCase{"20040109", "20040120", {20040105, 20040106, 20040107, 20040108}}));
 
+// As the data sheet inserts and changes a bar by hand: time -1 and open interest -1.0, no Commit.
 TEST_F(WriterTest, HandEditsPersistWithoutCommit)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    append(QStringLiteral("ABC"), {bar(20040105, 1), bar(20040107, 3)});
-    {
-        // As the data sheet inserts a bar by hand: time -1 and open interest -1.0, no Commit.
-        MetaStockWriter writer;
-        ASSERT_OK(writer.OpenFolder(m_folder));
-        ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
+    create("ABC", "Alpha", 20040105);
+    append({bar(20040105, 1), bar(20040107, 3)});
+    edit([](W& w) {
         bool exists = true;
-        ASSERT_OK(writer.BarExists(QStringLiteral("20040106"), exists));
+        ASSERT_OK(w.BarExists("20040106", exists));
         ASSERT_FALSE(exists);
-        ASSERT_OK(writer.AddBar(20040106, -1, 2, 2, 2, 2, 5, -1.0));
-        ASSERT_OK(writer.CloseSecurity());
-        ASSERT_OK(writer.CloseFolder());
-    }
-    {
-        // Change by hand, no Commit.
-        MetaStockWriter writer;
-        ASSERT_OK(writer.OpenFolder(m_folder));
-        ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
-        ASSERT_OK(writer.ChangeBar(QStringLiteral("20040107"), QStringLiteral("-1"), -1, 3, 4, 2, 3.5, 9, -1.0));
-        ASSERT_OK(writer.CloseSecurity());
-        ASSERT_OK(writer.CloseFolder());
-    }
-    const std::vector<std::pair<qint32, double>> expected{{20040105, 1}, {20040106, 2}, {20040107, 3.5}};
-    EXPECT_EQ(closes(QStringLiteral("ABC")), expected);
+        ASSERT_OK(w.AddBar(20040106, -1, 2, 2, 2, 2, 5, -1.0));
+    });
+    edit([](W& w) { ASSERT_OK(w.ChangeBar("20040107", "-1", -1, 3, 4, 2, 3.5, 9, -1.0)); });
+    EXPECT_EQ(closes(), (Closes{{20040105, 1}, {20040106, 2}, {20040107, 3.5}}));
 }
 
 TEST_F(WriterTest, MissingBarsAndSecuritiesFailAndChangeNothing)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    append(QStringLiteral("ABC"), {bar(20040105, 1)});
+    create("ABC", "Alpha", 20040105);
+    create("DEF", "Delta", 20040105);
+    append({bar(20040105, 1)});
     const auto before = snapshot(m_folder);
-    MetaStockWriter writer;
+    W writer;
     ASSERT_OK(writer.OpenFolder(m_folder));
     EXPECT_FAILS_WITH(writer.AddBar(bar(20040106, 2)), ErrorCode::NoSecurity);
-    EXPECT_FAILS_WITH(writer.SelectSecurity(QStringLiteral("XYZ")), ErrorCode::NotFound);
-    EXPECT_FAILS_WITH(writer.DeleteSecurity(QStringLiteral("XYZ")), ErrorCode::NotFound);
-    EXPECT_FAILS_WITH(writer.ChangeSecurity(QStringLiteral("XYZ"), QStringLiteral("n"), QStringLiteral("S")),
-                      ErrorCode::NotFound);
-    ASSERT_OK(writer.SelectSecurity(QStringLiteral("abc")));
-    EXPECT_FAILS_WITH(writer.DeleteBar(QStringLiteral("20040106")), ErrorCode::NotFound);
-    EXPECT_FAILS_WITH(writer.ChangeBar(QStringLiteral("20040106"), QStringLiteral("-1"), -1, 1, 1, 1, 1, 1, -1),
-                      ErrorCode::NotFound);
+    EXPECT_FAILS_WITH(writer.SelectSecurity("XYZ"), ErrorCode::NotFound);
+    EXPECT_FAILS_WITH(writer.DeleteSecurity("XYZ"), ErrorCode::NotFound);
+    EXPECT_FAILS_WITH(writer.ChangeSecurity("XYZ", "n", "S"), ErrorCode::NotFound);
+    // Symbols are unique whatever their case.
+    EXPECT_FAILS_WITH(writer.CreateSecurity("abc", "Again", 1), ErrorCode::AlreadyExists);
+    EXPECT_FAILS_WITH(writer.ChangeSecurity("DEF", "Delta", "ABC"), ErrorCode::AlreadyExists);
+    ASSERT_OK(writer.SelectSecurity("abc"));
+    EXPECT_FAILS_WITH(writer.DeleteBar("20040106"), ErrorCode::NotFound);
+    EXPECT_FAILS_WITH(writer.ChangeBar("20040106", "-1", -1, 1, 1, 1, 1, 1, -1), ErrorCode::NotFound);
     ASSERT_OK(writer.Commit());
     ASSERT_OK(writer.CloseFolder());
     EXPECT_EQ(snapshot(m_folder), before);
@@ -262,7 +250,7 @@ TEST_F(WriterTest, MissingBarsAndSecuritiesFailAndChangeNothing)
 struct BadInput
 {
     const char* what;
-    std::function<store::Status(MetaStockWriter&)> call;
+    std::function<Status(W&)> call;
 };
 
 class BadInputTest
@@ -272,13 +260,13 @@ class BadInputTest
 
 TEST_P(BadInputTest, IsRefusedAndChangesNothing)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    append(QStringLiteral("ABC"), {bar(20040105, 1)});
+    create("ABC", "Alpha", 20040105);
+    append({bar(20040105, 1)});
     const auto before = snapshot(m_folder);
-    MetaStockWriter writer;
+    W writer;
     ASSERT_OK(writer.OpenFolder(m_folder));
-    ASSERT_OK(writer.SelectSecurity(QStringLiteral("ABC")));
-    const store::Status status = GetParam().call(writer);
+    ASSERT_OK(writer.SelectSecurity("ABC"));
+    const Status status = GetParam().call(writer);
     EXPECT_EQ(status.code(), ErrorCode::InvalidArgument) << qPrintable(status.text());
     EXPECT_FALSE(status.text().isEmpty());
     ASSERT_OK(writer.CloseFolder());
@@ -292,129 +280,87 @@ INSTANTIATE_TEST_SUITE_P(
     Inputs,
     BadInputTest,
     ::testing::Values(
-        BadInput{"symbol of 15 characters",
-                 [](MetaStockWriter& w) {
-                     return w.CreateSecurity(QStringLiteral("ABCDEFGHIJKLMNO"), QStringLiteral("n"), 1);
-                 }},
-        BadInput{"empty symbol",
-                 [](MetaStockWriter& w) { return w.CreateSecurity(QStringLiteral("  "), QStringLiteral("n"), 1); }},
-        BadInput{"name of 46 characters",
-                 [](MetaStockWriter& w) { return w.CreateSecurity(QStringLiteral("X"), QString(46, u'n'), 1); }},
-        BadInput{"name outside Latin-1",
-                 [](MetaStockWriter& w) {
-                     return w.CreateSecurity(QStringLiteral("X"), QStringLiteral("Zloty \u0141"), 1);
-                 }},
-        BadInput{"control character",
-                 [](MetaStockWriter& w) { return w.CreateSecurity(QStringLiteral("X\tY"), QStringLiteral("n"), 1); }},
-        BadInput{"periodicity 4",
-                 [](MetaStockWriter& w) { return w.CreateSecurity(QStringLiteral("X"), QStringLiteral("n"), 4); }},
-        BadInput{"rename to a long symbol",
-                 [](MetaStockWriter& w) {
-                     return w.ChangeSecurity(QStringLiteral("ABC"),
-                                             QStringLiteral("n"),
-                                             QStringLiteral("ABCDEFGHIJKLMNOP"));
-                 }},
-        BadInput{"NaN", [](MetaStockWriter& w) { return w.AddBar(20040106, 0, nan, 1, 1, 1, 1, 0); }},
-        BadInput{"infinite volume", [](MetaStockWriter& w) { return w.AddBar(20040106, 0, 1, 1, 1, 1, inf, 0); }},
-        BadInput{"2^127",
-                 [](MetaStockWriter& w) { return w.AddBar(20040106, 0, 1, 1, 1, std::ldexp(1.0, 127), 1, 0); }},
-        BadInput{"date before 1900", [](MetaStockWriter& w) { return w.AddBar(18991231, 0, 1, 1, 1, 1, 1, 0); }},
-        BadInput{"date after 2099", [](MetaStockWriter& w) { return w.AddBar(21000101, 0, 1, 1, 1, 1, 1, 0); }},
-        BadInput{"30 February", [](MetaStockWriter& w) { return w.AddBar(20040230, 0, 1, 1, 1, 1, 1, 0); }},
-        BadInput{"date text with slashes",
-                 [](MetaStockWriter& w) { return w.DeleteBar(QStringLiteral("2004/01/05")); }},
-        BadInput{"date text of 7 digits", [](MetaStockWriter& w) { return w.DeleteBar(QStringLiteral("2004010")); }}),
-    [](const ::testing::TestParamInfo<BadInput>& param) {
-        std::string name;
-        for (const char* c = param.param.what; *c; ++c)
-            name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-        return name;
-    });
-
-TEST_F(WriterTest, DuplicateSymbolsAreRefused)
-{
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    create(QStringLiteral("DEF"), QStringLiteral("Delta"), 20040105);
-    MetaStockWriter writer;
-    ASSERT_OK(writer.OpenFolder(m_folder));
-    EXPECT_FAILS_WITH(writer.CreateSecurity(QStringLiteral("abc"), QStringLiteral("Again"), 1),
-                      ErrorCode::AlreadyExists);
-    EXPECT_FAILS_WITH(writer.ChangeSecurity(QStringLiteral("DEF"), QStringLiteral("Delta"), QStringLiteral("ABC")),
-                      ErrorCode::AlreadyExists);
-    ASSERT_OK(writer.CloseFolder());
-}
+        BadInput{"symbol of 15 characters", [](W& w) { return w.CreateSecurity("ABCDEFGHIJKLMNO", "n", 1); }},
+        BadInput{"empty symbol", [](W& w) { return w.CreateSecurity("  ", "n", 1); }},
+        BadInput{"name of 46 characters", [](W& w) { return w.CreateSecurity("X", QString(46, u'n'), 1); }},
+        BadInput{"name outside Latin-1", [](W& w) { return w.CreateSecurity("X", QStringLiteral("Zloty \u0141"), 1); }},
+        BadInput{"control character", [](W& w) { return w.CreateSecurity("X\tY", "n", 1); }},
+        BadInput{"periodicity 4", [](W& w) { return w.CreateSecurity("X", "n", 4); }},
+        BadInput{"rename to a long symbol", [](W& w) { return w.ChangeSecurity("ABC", "n", "ABCDEFGHIJKLMNOP"); }},
+        BadInput{"NaN", [](W& w) { return w.AddBar(20040106, 0, nan, 1, 1, 1, 1, 0); }},
+        BadInput{"infinite volume", [](W& w) { return w.AddBar(20040106, 0, 1, 1, 1, 1, inf, 0); }},
+        BadInput{"2^127", [](W& w) { return w.AddBar(20040106, 0, 1, 1, 1, std::ldexp(1.0, 127), 1, 0); }},
+        BadInput{"date before 1900", [](W& w) { return w.AddBar(18991231, 0, 1, 1, 1, 1, 1, 0); }},
+        BadInput{"date after 2099", [](W& w) { return w.AddBar(21000101, 0, 1, 1, 1, 1, 1, 0); }},
+        BadInput{"30 February", [](W& w) { return w.AddBar(20040230, 0, 1, 1, 1, 1, 1, 0); }},
+        BadInput{"date text with slashes", [](W& w) { return w.DeleteBar("2004/01/05"); }},
+        BadInput{"date text of 7 digits", [](W& w) { return w.DeleteBar("2004010"); }}),
+    store_test::nameOf<BadInput>);
 
 TEST_F(WriterTest, RenamesAndDeletesSecurities)
 {
-    const QString longName = QStringLiteral("A name much longer than sixteen");
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
-    create(QStringLiteral("DEF"), QStringLiteral("Delta"), 20040105);
-    create(QStringLiteral("GHI"), QStringLiteral("Gamma"), 20040105);
+    const QString longName = "A name much longer than sixteen";
+    for (const char* symbol : {"ABC", "DEF", "GHI"})
+        create(symbol, QString::fromLatin1(symbol) + " Co", 20040105);
     {
         // As the adjust-security window does.
-        MetaStockWriter writer;
+        W writer;
         ASSERT_OK(writer.OpenFolder(m_folder));
-        ASSERT_OK(writer.ChangeSecurity(QStringLiteral("ABC"), longName, QStringLiteral("XYZ")));
+        ASSERT_OK(writer.ChangeSecurity("ABC", longName, "XYZ"));
         ASSERT_OK(writer.CloseFolder());
         ASSERT_OK(writer.OpenFolder(m_folder));
-        ASSERT_OK(writer.DeleteSecurity(QStringLiteral("DEF")));
+        ASSERT_OK(writer.DeleteSecurity("DEF"));
         ASSERT_OK(writer.CloseFolder());
     }
-    MetaStockReader reader;
-    ASSERT_OK(reader.OpenFolder(m_folder));
     QStringList listed;
-    qint32 more = 0;
-    while (reader.HasMoreSecurities(more).ok() && more > 0) {
-        QString symbol, name, file;
-        ASSERT_OK(reader.NextSecurity());
-        ASSERT_OK(reader.GetSymbol(symbol));
-        ASSERT_OK(reader.GetName(name));
-        ASSERT_OK(reader.GetFileName(file));
-        listed << symbol + u'/' + name + u'/' + file;
-    }
-    EXPECT_EQ(listed,
-              (QStringList{"XYZ/" + longName, "GHI/Gamma/F3.DAT"}).replaceInStrings(longName, longName + "/F1.DAT"));
-    EXPECT_FALSE(snapshot(m_folder).contains(QStringLiteral("F2.DAT")));
+    for (const auto& security : store_test::securitiesOf(m_folder))
+        listed << security.symbol + u'/' + security.name + u'/' + security.fileName;
+    EXPECT_EQ(listed, (QStringList{"XYZ/" + longName + "/F1.DAT", "GHI/GHI Co/F3.DAT"}));
+    EXPECT_FALSE(snapshot(m_folder).contains("F2.DAT"));
     EXPECT_EQ(problemsOf(m_folder), QString());
 
     // The freed number is given to the next security.
-    create(QStringLiteral("JKL"), QStringLiteral("Kappa"), 20040105);
-    EXPECT_TRUE(snapshot(m_folder).contains(QStringLiteral("F2.DAT")));
+    create("JKL", "Kappa", 20040105);
+    EXPECT_TRUE(snapshot(m_folder).contains("F2.DAT"));
 }
 
 TEST_F(WriterTest, FolderWithoutIndexFilesOpensEmpty)
 {
     ASSERT_TRUE(QDir().mkpath(m_folder));
-    MetaStockWriter writer;
+    W writer;
     ASSERT_OK(writer.OpenFolder(m_folder));
     ASSERT_OK(writer.CloseFolder());
     EXPECT_TRUE(snapshot(m_folder).isEmpty());
-    MetaStockReader reader;
-    ASSERT_OK(reader.OpenFolder(m_folder));
-    qint32 more = -1;
-    ASSERT_OK(reader.HasMoreSecurities(more));
-    EXPECT_EQ(more, 0);
-    EXPECT_FAILS_WITH(writer.OpenFolder(m_root.filePath(QStringLiteral("missing"))), ErrorCode::NotFound);
+    EXPECT_TRUE(store_test::securitiesOf(m_folder).empty());
+    EXPECT_FAILS_WITH(writer.OpenFolder(m_root.filePath("missing")), ErrorCode::NotFound);
 }
 
-TEST_F(WriterTest, SecondWriterFailsCleanly)
+// A second writer fails cleanly; a reader does not wait for a writer and sees each commit whole.
+TEST_F(WriterTest, SecondWriterFailsAndReadersSeeTheFolderBeforeOrAfter)
 {
-    create(QStringLiteral("ABC"), QStringLiteral("Alpha"), 20040105);
+    create("ABC", "Alpha", 20040105);
     store::FileSystem impatient;
     impatient.lockTimeoutMs = 0;
-    MetaStockWriter first;
-    MetaStockWriter second(impatient);
+    W first;
+    W second(impatient);
     MetaStockReader reader(impatient);
     ASSERT_OK(first.OpenFolder(m_folder));
     EXPECT_FAILS_WITH(second.OpenFolder(m_folder), ErrorCode::Busy);
-    // A reader does not wait for a writer that is only open; it sees the folder as last written.
-    ASSERT_OK(first.SelectSecurity(QStringLiteral("ABC")));
+    ASSERT_OK(first.SelectSecurity("ABC"));
     ASSERT_OK(first.AddBar(bar(20040106, 2)));
     ASSERT_OK(reader.OpenFolder(m_folder));
-    ASSERT_OK(reader.SelectSecurity(QStringLiteral("ABC")));
     qint32 count = -1;
+    qint32 last = 0;
+    ASSERT_OK(reader.SelectSecurity("ABC"));
     ASSERT_OK(reader.GetBarCount(count));
     EXPECT_EQ(count, 0);
+    ASSERT_OK(first.Commit());
+    // Selected after the commit: the new bar and the index date that goes with it.
+    ASSERT_OK(reader.SelectSecurity("ABC"));
+    ASSERT_OK(reader.GetBarCount(count));
+    ASSERT_OK(reader.GetLastDate(last));
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(last, 20040106);
     ASSERT_OK(first.CloseFolder());
     ASSERT_OK(second.OpenFolder(m_folder));
     ASSERT_OK(second.CloseFolder());
@@ -424,9 +370,9 @@ TEST_F(WriterTest, SecondWriterFailsCleanly)
 // F*.MWD file; the folder passes validation at each size.
 TEST_F(WriterTest, GrowsIntoXmaster)
 {
-    const QString longName = QStringLiteral("Security with a long name number %1");
+    const QString longName = "Security with a long name number %1";
     store_test::NoSyncFileSystem fs;
-    MetaStockWriter writer(fs);
+    W writer(fs);
     ASSERT_OK(writer.CreateFolder(m_folder));
     ASSERT_OK(writer.OpenFolder(m_folder));
     for (int i = 1; i <= 2100; ++i) {
@@ -442,18 +388,17 @@ TEST_F(WriterTest, GrowsIntoXmaster)
     ASSERT_OK(writer.CloseFolder());
     const auto files = snapshot(m_folder);
     EXPECT_EQ(files.size(), 3 + 2100);
-    EXPECT_TRUE(files.contains(QStringLiteral("F255.DAT")));
-    EXPECT_TRUE(files.contains(QStringLiteral("F256.MWD")));
-    EXPECT_TRUE(files.contains(QStringLiteral("F2100.MWD")));
-    EXPECT_EQ(files.value(QStringLiteral("MASTER")).size(), 53 * 256);
-    EXPECT_EQ(files.value(QStringLiteral("XMASTER")).size(), 150 * (2100 - 255 + 1));
+    for (const char* name : {"F255.DAT", "F256.MWD", "F2100.MWD"})
+        EXPECT_TRUE(files.contains(name)) << name;
+    EXPECT_EQ(files.value("MASTER").size(), 53 * 256);
+    EXPECT_EQ(files.value("XMASTER").size(), 150 * (2100 - 255 + 1));
     EXPECT_EQ(problemsOf(m_folder), QString());
 
     MetaStockReader reader;
     ASSERT_OK(reader.OpenFolder(m_folder));
     for (const char* symbol : {"S1", "S255", "S256", "S2100"}) {
         store::SecurityDescriptor security;
-        ASSERT_OK(reader.SelectSecurity(QLatin1String(symbol)));
+        ASSERT_OK(reader.SelectSecurity(symbol));
         ASSERT_OK(reader.GetSecurity(security));
         EXPECT_EQ(security.name, longName.arg(QString::fromLatin1(symbol).mid(1)));
     }

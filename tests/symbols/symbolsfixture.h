@@ -6,7 +6,6 @@
 #include "testcontext.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <gtest/gtest.h>
 

@@ -20,15 +20,6 @@ using symbols::frmAddNew;
 using symbols::frmLookup;
 using testing_support::Prompt;
 
-template<class T>
-T* control(QWidget& window, const char* name)
-{
-    T* found = window.findChild<T*>(QString::fromLatin1(name));
-    if (!found)
-        ADD_FAILURE() << "no control " << name << " in " << window.objectName().toStdString();
-    return found;
-}
-
 QStringList items(QComboBox* box)
 {
     QStringList texts;
@@ -43,12 +34,6 @@ QStringList column(QTreeWidget* list, int position)
     for (int i = 0; i < list->topLevelItemCount(); ++i)
         texts.append(list->topLevelItem(i)->text(position));
     return texts;
-}
-
-QTreeWidgetItem* rowWithSymbol(QTreeWidget* list, const QString& symbol)
-{
-    const auto found = list->findItems(symbol, Qt::MatchExactly, 1);
-    return found.isEmpty() ? nullptr : found.first();
 }
 
 void choose(QComboBox* box, const QString& text)
@@ -73,87 +58,76 @@ protected:
     }
 };
 
-TEST_F(LookupTest, ListsTheCatalogueByExchangeWithEachExchangeOnceInAscendingOrder)
+TEST_F(LookupTest, ListsTheCatalogueByExchangeAndFiltersByExchange)
 {
     frmLookup lookup(context);
-    EXPECT_EQ(lookup.windowTitle(), QStringLiteral("Symbol Lookup"));
-    auto* Combo1 = control<QComboBox>(lookup, "Combo1");
-    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
+    EXPECT_EQ(lookup.windowTitle(), "Symbol Lookup");
 
-    const QStringList exchanges = items(Combo1);
+    const QStringList exchanges = items(lookup.Combo1);
     ASSERT_GE(exchanges.size(), 9);
-    EXPECT_EQ(exchanges.first(), QStringLiteral("All"));
-    EXPECT_EQ(Combo1->currentIndex(), 0);
+    EXPECT_EQ(exchanges.first(), "All");
+    EXPECT_EQ(lookup.Combo1->currentIndex(), 0);
     for (qsizetype i = 2; i < exchanges.size(); ++i)
         EXPECT_LT(exchanges[i - 1].compare(exchanges[i], Qt::CaseInsensitive), 0) << exchanges[i].toStdString();
 
     symbols::Database database(file(), symbols::kConnect);
-    ASSERT_EQ(ListView1->topLevelItemCount(), database.query(symbols::sql::kLookupLoad).recordCount());
-    const QStringList names = column(ListView1, 0);
-    const QStringList listed = column(ListView1, 2);
-    for (int i = 1; i < ListView1->topLevelItemCount(); ++i) {
+    ASSERT_EQ(lookup.ListView1->topLevelItemCount(), database.query(symbols::sql::kLookupLoad).recordCount());
+    const QStringList names = column(lookup.ListView1, 0);
+    const QStringList listed = column(lookup.ListView1, 2);
+    for (int i = 1; i < lookup.ListView1->topLevelItemCount(); ++i) {
         ASSERT_TRUE(ordered(listed[i - 1], listed[i]));
         if (listed[i - 1] == listed[i]) {
             ASSERT_TRUE(ordered(names[i - 1], names[i])) << names[i].toStdString();
         }
     }
     EXPECT_EQ(QSet<QString>(listed.begin(), listed.end()), QSet<QString>(exchanges.begin() + 1, exchanges.end()));
+
+    // An exchange shows its rows by name; "All" shows everything again.
+    const QStringList everything = column(lookup.ListView1, 1);
+    QTest::keyClicks(lookup.Combo1, "X");
+    EXPECT_EQ(lookup.Combo1->currentIndex(), 0) << "typing does not pick an exchange";
+
+    choose(lookup.Combo1, "XETRA");
+    const QStringList xetra = column(lookup.ListView1, 2);
+    EXPECT_GE(xetra.size(), 20);
+    EXPECT_EQ(xetra.count("XETRA"), xetra.size());
+    const QStringList xetraNames = column(lookup.ListView1, 0);
+    for (qsizetype i = 1; i < xetraNames.size(); ++i)
+        EXPECT_TRUE(ordered(xetraNames[i - 1], xetraNames[i])) << xetraNames[i].toStdString();
+
+    choose(lookup.Combo1, "All");
+    EXPECT_EQ(column(lookup.ListView1, 1), everything);
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
 TEST_F(LookupTest, ASpellingThatInterleavesWithAnotherIsListedEachTimeItChanges)
 {
     // The rows of both spellings sort together by name: "3M Co." (NYSE), "Aaa Test" (nyse), "AbbVie" (NYSE).
-    insert(QStringLiteral("Aaa Test"), QStringLiteral("AAAT"), QStringLiteral("nyse"));
+    insert("Aaa Test", "AAAT", "nyse");
     frmLookup lookup(context);
     QStringList spellings;
-    for (const QString& exchange : items(control<QComboBox>(lookup, "Combo1"))) {
+    for (const QString& exchange : items(lookup.Combo1)) {
         if (exchange.compare(QLatin1String("NYSE"), Qt::CaseInsensitive) == 0)
             spellings.append(exchange);
     }
     EXPECT_EQ(spellings, (QStringList{"NYSE", "nyse", "NYSE"}));
 }
 
-TEST_F(LookupTest, AnExchangeShowsItsRowsByNameAndAllShowsEverythingAgain)
-{
-    frmLookup lookup(context);
-    auto* Combo1 = control<QComboBox>(lookup, "Combo1");
-    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
-    const QStringList everything = column(ListView1, 1);
-    QTest::keyClicks(Combo1, QStringLiteral("X"));
-    EXPECT_EQ(Combo1->currentIndex(), 0) << "typing does not pick an exchange";
-
-    choose(Combo1, QStringLiteral("XETRA"));
-    const QStringList exchanges = column(ListView1, 2);
-    EXPECT_GE(exchanges.size(), 20);
-    EXPECT_EQ(exchanges.count(QStringLiteral("XETRA")), exchanges.size());
-    const QStringList names = column(ListView1, 0);
-    for (qsizetype i = 1; i < names.size(); ++i)
-        EXPECT_TRUE(ordered(names[i - 1], names[i])) << names[i].toStdString();
-
-    choose(Combo1, QStringLiteral("All"));
-    EXPECT_EQ(column(ListView1, 1), everything);
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-}
-
 TEST_F(LookupTest, AnExchangeWithAQuoteShowsTheEnginesErrorAndTheWindowGoesOn)
 {
-    insert(QStringLiteral("Quoted Ltd."), QStringLiteral("QTD"), QStringLiteral("Hang Seng''s"));
+    insert("Quoted Ltd.", "QTD", "Hang Seng''s");
     frmLookup lookup(context);
-    auto* Combo1 = control<QComboBox>(lookup, "Combo1");
-    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
-    const int rows = ListView1->topLevelItemCount();
+    const int rows = lookup.ListView1->topLevelItemCount();
 
-    choose(Combo1, QStringLiteral("Hang Seng's"));
+    choose(lookup.Combo1, "Hang Seng's");
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     const Prompt& shown = context.prompter().prompts.first();
     EXPECT_EQ(shown.icon, app::Prompter::Icon::Critical);
-    EXPECT_TRUE(shown.text.contains(QStringLiteral("syntax error"))
-                || shown.text.contains(QStringLiteral("unrecognized")))
-        << shown.text.toStdString();
-    EXPECT_EQ(ListView1->topLevelItemCount(), rows);
+    EXPECT_TRUE(shown.text.contains("syntax error") || shown.text.contains("unrecognized")) << shown.text.toStdString();
+    EXPECT_EQ(lookup.ListView1->topLevelItemCount(), rows);
 
-    choose(Combo1, QStringLiteral("XETRA"));
-    EXPECT_LT(ListView1->topLevelItemCount(), rows);
+    choose(lookup.Combo1, "XETRA");
+    EXPECT_LT(lookup.ListView1->topLevelItemCount(), rows);
 }
 
 class SingleChoiceTest
@@ -163,26 +137,25 @@ class SingleChoiceTest
 
 TEST_P(SingleChoiceTest, OkOrDoubleClickHandsBackTheTrimmedNameAndSymbol)
 {
-    insert(QStringLiteral("  Padded Corp  "), QStringLiteral(" PAD "), QStringLiteral("XETRA"));
+    insert("  Padded Corp  ", " PAD ", "XETRA");
     frmLookup lookup(context);
     lookup.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&lookup));
-    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
-    choose(control<QComboBox>(lookup, "Combo1"), QStringLiteral("XETRA"));
-    QTreeWidgetItem* padded = rowWithSymbol(ListView1, QStringLiteral(" PAD "));
-    ASSERT_NE(padded, nullptr);
-    const QPoint at = ListView1->visualItemRect(padded).center();
+    choose(lookup.Combo1, "XETRA");
+    const auto padded = lookup.ListView1->findItems(" PAD ", Qt::MatchExactly, 1);
+    ASSERT_EQ(padded.size(), 1);
+    const QPoint at = lookup.ListView1->visualItemRect(padded[0]).center();
 
-    QTest::mouseClick(ListView1->viewport(), Qt::LeftButton, {}, at);
-    EXPECT_EQ(control<QLineEdit>(lookup, "Text1")->text(), QStringLiteral("Padded Corp"));
+    QTest::mouseClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
+    EXPECT_EQ(lookup.Text1->text(), "Padded Corp");
     if (GetParam())
-        QTest::mouseDClick(ListView1->viewport(), Qt::LeftButton, {}, at);
+        QTest::mouseDClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
     else
-        control<QPushButton>(lookup, "Command1")->click();
+        lookup.Command1->click();
 
     EXPECT_EQ(lookup.result(), int(QDialog::Accepted));
-    EXPECT_EQ(lookup.selectedSecurity(), QStringLiteral("Padded Corp"));
-    EXPECT_EQ(lookup.selectedSymbol(), QStringLiteral("PAD"));
+    EXPECT_EQ(lookup.selectedSecurity(), "Padded Corp");
+    EXPECT_EQ(lookup.selectedSymbol(), "PAD");
 }
 
 INSTANTIATE_TEST_SUITE_P(ClickThen, SingleChoiceTest, ::testing::Values(false, true), [](const auto& test) {
@@ -193,40 +166,39 @@ TEST_F(LookupTest, CloseNoSelectionOrAnEmptyListGiveAnEmptySecurity)
 {
     {
         frmLookup lookup(context);
-        control<QTreeWidget>(lookup, "ListView1")->topLevelItem(3)->setSelected(true);
-        control<QPushButton>(lookup, "Command3")->click();
+        lookup.ListView1->topLevelItem(3)->setSelected(true);
+        lookup.Command3->click();
         EXPECT_EQ(lookup.result(), int(QDialog::Rejected));
         EXPECT_EQ(lookup.selectedSecurity(), QString());
     }
     {
         frmLookup lookup(context);
-        control<QPushButton>(lookup, "Command1")->click();
+        lookup.Command1->click();
         EXPECT_EQ(lookup.selectedSecurity(), QString());
     }
-    run({QStringLiteral("delete from symbols")});
+    run({"delete from symbols"});
     frmLookup lookup(context);
-    EXPECT_EQ(items(control<QComboBox>(lookup, "Combo1")), QStringList{"All"});
-    control<QPushButton>(lookup, "Command1")->click();
+    EXPECT_EQ(items(lookup.Combo1), QStringList{"All"});
+    lookup.Command1->click();
     EXPECT_EQ(lookup.result(), int(QDialog::Accepted));
     EXPECT_EQ(lookup.selectedSecurity(), QString());
 }
 
 TEST_F(LookupTest, MultipleChoiceFillsTheSharedListsInListOrder)
 {
-    insert(QStringLiteral(" Aaa Padded "), QStringLiteral(" AAP "), QStringLiteral("XETRA"));
+    insert(" Aaa Padded ", " AAP ", "XETRA");
     auto& state = context->state;
     state.lookupNames = QStringList{"stale"};
     state.lookupSymbols = QStringList{"STALE"};
     {
         frmLookup lookup(context);
         lookup.setMultipleChoice(true);
-        auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
-        choose(control<QComboBox>(lookup, "Combo1"), QStringLiteral("XETRA"));
-        ListView1->topLevelItem(4)->setSelected(true);
-        ListView1->topLevelItem(0)->setSelected(true);
-        const QStringList names = column(ListView1, 0);
-        const QStringList symbolsListed = column(ListView1, 1);
-        control<QPushButton>(lookup, "Command1")->click();
+        choose(lookup.Combo1, "XETRA");
+        lookup.ListView1->topLevelItem(4)->setSelected(true);
+        lookup.ListView1->topLevelItem(0)->setSelected(true);
+        const QStringList names = column(lookup.ListView1, 0);
+        const QStringList symbolsListed = column(lookup.ListView1, 1);
+        lookup.Command1->click();
         EXPECT_EQ(state.lookupNames, (QStringList{"Aaa Padded", names[4]}));
         EXPECT_EQ(state.lookupSymbols, (QStringList{"AAP", symbolsListed[4]}));
         EXPECT_EQ(lookup.selectedSecurity(), QString());
@@ -235,13 +207,13 @@ TEST_F(LookupTest, MultipleChoiceFillsTheSharedListsInListOrder)
     {
         frmLookup lookup(context);
         lookup.setMultipleChoice(true);
-        control<QTreeWidget>(lookup, "ListView1")->topLevelItem(1)->setSelected(true);
-        control<QPushButton>(lookup, "Command3")->click();
+        lookup.ListView1->topLevelItem(1)->setSelected(true);
+        lookup.Command3->click();
         EXPECT_EQ(state.lookupNames, chosen) << "Close keeps the last choice";
     }
     frmLookup lookup(context);
     lookup.setMultipleChoice(true);
-    control<QPushButton>(lookup, "Command1")->click();
+    lookup.Command1->click();
     EXPECT_TRUE(state.lookupNames.isEmpty());
     EXPECT_TRUE(state.lookupSymbols.isEmpty());
 }
@@ -249,58 +221,53 @@ TEST_F(LookupTest, MultipleChoiceFillsTheSharedListsInListOrder)
 TEST_F(LookupTest, AddingWithOnlyTheExchangeStoresABlankEntryThatTheLookupShowsAtOnce)
 {
     frmLookup lookup(context);
-    const QStringList exchanges = items(control<QComboBox>(lookup, "Combo1")).mid(1);
-    auto* ListView1 = control<QTreeWidget>(lookup, "ListView1");
-    const int rows = ListView1->topLevelItemCount();
+    const QStringList exchanges = items(lookup.Combo1).mid(1);
+    const int rows = lookup.ListView1->topLevelItemCount();
     QStringList offered;
     context.modalDrivers.push_back([&](QDialog& dialog) {
-        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Add New Security"));
-        auto* Combo1 = control<QComboBox>(dialog, "Combo1");
-        offered = items(Combo1);
-        Combo1->setEditText(QStringLiteral("XETRA"));
-        control<QPushButton>(dialog, "Command1")->click();
-        control<QPushButton>(dialog, "Command2")->click();
+        EXPECT_EQ(dialog.windowTitle(), "Add New Security");
+        auto& addNew = dynamic_cast<frmAddNew&>(dialog);
+        offered = items(addNew.Combo1);
+        addNew.Combo1->setEditText("XETRA");
+        addNew.Command1->click();
+        addNew.Command2->click();
         return dialog.result();
     });
-    control<QPushButton>(lookup, "Command2")->click();
+    lookup.Command2->click();
 
     EXPECT_EQ(context.modalsShown, QStringList{"frmAddNew"});
     EXPECT_EQ(offered, exchanges);
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
-    ASSERT_EQ(ListView1->topLevelItemCount(), rows + 1);
-    const auto blank = ListView1->findItems(QString(), Qt::MatchExactly, 0);
+    ASSERT_EQ(lookup.ListView1->topLevelItemCount(), rows + 1);
+    const auto blank = lookup.ListView1->findItems(QString(), Qt::MatchExactly, 0);
     ASSERT_EQ(blank.size(), 1);
     EXPECT_EQ(blank.first()->text(1), QString());
-    EXPECT_EQ(blank.first()->text(2), QStringLiteral("XETRA"));
+    EXPECT_EQ(blank.first()->text(2), "XETRA");
     symbols::Database database(file(), symbols::kConnect);
-    EXPECT_EQ(database.query(QStringLiteral("select * from symbols where security='' and symbol=''")).recordCount(), 1)
+    EXPECT_EQ(database.query("select * from symbols where security='' and symbol=''").recordCount(), 1)
         << "empty fields are stored as empty text";
 }
 
 TEST_F(SymbolsTest, AddNewStoresTrimmedUpperCaseEntriesAndAsksForFieldsWhenAllAreEmpty)
 {
     frmAddNew addNew(context, nullptr);
-    auto* Text1 = control<QLineEdit>(addNew, "Text1");
-    auto* Text2 = control<QLineEdit>(addNew, "Text2");
-    auto* Combo1 = control<QComboBox>(addNew, "Combo1");
-    auto* Command1 = control<QPushButton>(addNew, "Command1");
 
-    Command1->click();
+    addNew.Command1->click();
     ASSERT_EQ(context.prompter().prompts.size(), 1);
-    EXPECT_EQ(context.prompter().prompts[0].title, QStringLiteral("Ticksmith"));
-    EXPECT_EQ(context.prompter().prompts[0].text, QStringLiteral("Fill all fields."));
+    EXPECT_EQ(context.prompter().prompts[0].title, "Ticksmith");
+    EXPECT_EQ(context.prompter().prompts[0].text, "Fill all fields.");
     EXPECT_EQ(context.prompter().prompts[0].icon, app::Prompter::Icon::Information);
 
-    Text1->setText(QStringLiteral("  Mahindra & Mahindra  "));
-    QTest::keyClicks(Text2, QStringLiteral(" m&m.ns"));
-    EXPECT_EQ(Text2->text(), QStringLiteral(" M&M.NS"));
-    Combo1->setEditText(QStringLiteral(" National Stock Exchange of India "));
-    Command1->click();
-    EXPECT_EQ(Text1->text(), QString());
-    EXPECT_EQ(Text2->text(), QString());
-    EXPECT_EQ(Combo1->currentText(), QStringLiteral(" National Stock Exchange of India "));
+    addNew.Text1->setText("  Mahindra & Mahindra  ");
+    QTest::keyClicks(addNew.Text2, " m&m.ns");
+    EXPECT_EQ(addNew.Text2->text(), " M&M.NS");
+    addNew.Combo1->setEditText(" National Stock Exchange of India ");
+    addNew.Command1->click();
+    EXPECT_EQ(addNew.Text1->text(), QString());
+    EXPECT_EQ(addNew.Text2->text(), QString());
+    EXPECT_EQ(addNew.Combo1->currentText(), " National Stock Exchange of India ");
     EXPECT_EQ(context.prompter().prompts.size(), 1);
-    control<QPushButton>(addNew, "Command2")->click();
+    addNew.Command2->click();
 
     symbols::Database database(file(), symbols::kConnect);
     symbols::Recordset rows =
@@ -329,17 +296,17 @@ TEST_P(BrokenDatabaseTest, WindowsShowTheEnginesTextAndKeepRunning)
         ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
         damaged.write(GetParam().content);
     }
-    const QString error = QString::fromLatin1(GetParam().error);
+    const QString error = QString(GetParam().error);
     {
         frmLookup lookup(context);
         EXPECT_EQ(context.prompter().messages(), QStringList{error});
-        EXPECT_EQ(control<QComboBox>(lookup, "Combo1")->count(), 0);
-        control<QPushButton>(lookup, "Command1")->click();
+        EXPECT_EQ(lookup.Combo1->count(), 0);
+        lookup.Command1->click();
         EXPECT_EQ(lookup.selectedSecurity(), QString());
     }
     frmAddNew addNew(context, nullptr);
-    control<QLineEdit>(addNew, "Text1")->setText(QStringLiteral("Name"));
-    control<QPushButton>(addNew, "Command1")->click();
+    addNew.Text1->setText("Name");
+    addNew.Command1->click();
     EXPECT_EQ(context.prompter().messages(), (QStringList{error, error, error}));
     EXPECT_EQ(QFile::exists(file()), !GetParam().content.isEmpty());
 }
@@ -367,62 +334,51 @@ TEST_P(PlaceHelperTest, OpensTheConfiguredPageForTheSymbolOrSaysWhyNot)
 {
     testing_support::TestContext context;
     if (GetParam().address)
-        context->settings->setValue(symbols::kIntradayChartUrlKey, QString::fromLatin1(GetParam().address));
+        context->settings->setValue(symbols::kIntradayChartUrlKey, QString(GetParam().address));
     symbols::PlaceHelper helper(context);
-    const bool opened = helper.ShowChart(QString::fromLatin1(GetParam().symbol), 16);
+    const bool opened = helper.ShowChart(QString(GetParam().symbol), 16);
 
     EXPECT_EQ(opened, GetParam().url != nullptr);
     if (GetParam().url) {
-        EXPECT_EQ(context.openedUrls, QList<QUrl>{QUrl(QString::fromLatin1(GetParam().url))});
+        EXPECT_EQ(context.openedUrls, QList<QUrl>{QUrl(QString(GetParam().url))});
         EXPECT_TRUE(context.prompter().prompts.isEmpty());
     } else {
         EXPECT_TRUE(context.openedUrls.isEmpty());
         ASSERT_EQ(context.prompter().messages().size(), 1);
-        EXPECT_TRUE(context.prompter().messages()[0].startsWith(QString::fromLatin1(GetParam().message)))
+        EXPECT_TRUE(context.prompter().messages()[0].startsWith(QString(GetParam().message)))
             << context.prompter().messages()[0].toStdString();
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Settings,
-    PlaceHelperTest,
-    ::testing::Values(
-        ChartCase{"notSet", nullptr, "IBM", nullptr, "No intraday chart page is configured."},
-        ChartCase{"blank", "  ", "IBM", nullptr, "No intraday chart page is configured."},
-        ChartCase{"plain",
-                  "https://charts.example.net/intraday?s={symbol}",
-                  "IBM",
-                  "https://charts.example.net/intraday?s=IBM",
-                  nullptr},
-        ChartCase{"index",
-                  "http://charts.example.net/{symbol}/1d",
-                  "^GSPC",
-                  "http://charts.example.net/%5EGSPC/1d",
-                  nullptr},
-        ChartCase{"ampersand",
-                  "https://charts.example.net/q?s={symbol}&range=1d",
-                  "M&M.NS",
-                  "https://charts.example.net/q?s=M%26M.NS&range=1d",
-                  nullptr},
-        ChartCase{"notWeb", "ftp://charts.example.net/{symbol}", "IBM", nullptr, "The intraday chart address"},
-        ChartCase{"noSymbol", "https://charts.example.net/{symbol}", " ", nullptr, "There is no symbol"}),
-    [](const auto& test) { return std::string(test.param.name); });
+const ChartCase chartCases[] = {
+    {"notSet", nullptr, "IBM", nullptr, "No intraday chart page is configured."},
+    {"blank", "  ", "IBM", nullptr, "No intraday chart page is configured."},
+    {"plain", "https://c.test/intraday?s={symbol}", "IBM", "https://c.test/intraday?s=IBM", nullptr},
+    {"index", "http://c.test/{symbol}/1d", "^GSPC", "http://c.test/%5EGSPC/1d", nullptr},
+    {"ampersand", "https://c.test/q?s={symbol}&range=1d", "M&M.NS", "https://c.test/q?s=M%26M.NS&range=1d", nullptr},
+    {"notWeb", "ftp://c.test/{symbol}", "IBM", nullptr, "The intraday chart address"},
+    {"noSymbol", "https://c.test/{symbol}", " ", nullptr, "There is no symbol"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Settings, PlaceHelperTest, ::testing::ValuesIn(chartCases), [](const auto& test) {
+    return std::string(test.param.name);
+});
 
 TEST(MarketPlaceTest, OkShowsTheSymbolsChartAndCancelShowsNothing)
 {
     testing_support::TestContext context;
-    context->settings->setValue(symbols::kIntradayChartUrlKey, QStringLiteral("https://charts.example.net/{symbol}"));
+    context->settings->setValue(symbols::kIntradayChartUrlKey, "https://charts.example.net/{symbol}");
     {
         symbols::frmPlace place(context);
-        EXPECT_EQ(place.windowTitle(), QStringLiteral("Select Market Place"));
-        EXPECT_EQ(items(control<QComboBox>(place, "Combo1")), QStringList{"India"});
-        place.symbol = QStringLiteral("RELIANCE.NS");
-        control<QPushButton>(place, "Command2")->click();
+        EXPECT_EQ(place.windowTitle(), "Select Market Place");
+        EXPECT_EQ(items(place.Combo1), QStringList{"India"});
+        place.symbol = "RELIANCE.NS";
+        place.Command2->click();
         EXPECT_TRUE(context.openedUrls.isEmpty());
-        control<QPushButton>(place, "Command1")->click();
+        place.Command1->click();
         EXPECT_EQ(place.result(), int(QDialog::Accepted));
     }
-    EXPECT_EQ(context.openedUrls, QList<QUrl>{QUrl(QStringLiteral("https://charts.example.net/RELIANCE.NS"))});
+    EXPECT_EQ(context.openedUrls, QList<QUrl>{QUrl("https://charts.example.net/RELIANCE.NS")});
 }
 
 } // namespace
