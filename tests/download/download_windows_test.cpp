@@ -53,33 +53,30 @@ struct Shown
 {
     QStringList symbols;
     QStringList results;
-    QList<int> images;
     QString summary;
 };
 
-class DownloadWindowsTest : public testing::Test
+class DownloadWindowsTest : public DownloadTest
 {
 protected:
     DownloadWindowsTest()
     {
-        context.setToday(Friday);
         EXPECT_TRUE(context.installProgramFile(symbols::kDatabaseFileName));
-        useServer(context, server);
-        folderA = context.makeFolder(QStringLiteral("a"));
-        folderB = context.makeFolder(QStringLiteral("b"));
+        useServer();
     }
 
-    void addServed(const QString& folder, const QString& symbol, QDate last)
+    void addFolder(frmDownload& window, const QString& added)
     {
-        const QList<HistoryRow> rows = everyDay(QDate(2024, 5, 1), Friday);
-        server.symbol(symbol).history = rows;
-        addSecurity(folder, symbol, rows.mid(0, QDate(2024, 5, 1).daysTo(last) + 1));
-    }
-
-    void addFolder(frmDownload& window, const QString& folder)
-    {
-        window.Text1->setText(folder);
+        window.Text1->setText(added);
         window.Command2->click();
+    }
+
+    // Runs the download list through the progress window, as the selection window does.
+    void runProgress()
+    {
+        driveProgressAndResults();
+        frmDownloadProgress progress(context);
+        context->runModal(progress);
     }
 
     // The next progress window runs its job; the results window after it is read and closed with OK.
@@ -96,20 +93,13 @@ protected:
         });
         context.modalDrivers.push_back([this](QDialog& dialog) {
             auto& results = static_cast<frmDownloadResults&>(dialog);
-            shown.symbols = column(results.ListView1, 0);
-            shown.results = column(results.ListView1, 1);
-            for (int i = 0; i < results.ListView1->topLevelItemCount(); ++i)
-                shown.images.append(results.ListView1->topLevelItem(i)->data(0, frmDownloadResults::ImageRole).toInt());
-            shown.summary = results.Label1->text();
+            shown = {column(results.ListView1, 0), column(results.ListView1, 1), results.Label1->text()};
             results.Command1->click();
             return results.result();
         });
     }
 
-    testing_support::TestContext context;
-    QuoteServer server;
-    QString folderA;
-    QString folderB;
+    QString folderB = context.makeFolder(QStringLiteral("b"));
     std::function<void(frmDownloadProgress&)> onProgress = [](frmDownloadProgress&) {};
     QString caption;
     QString progressLabel;
@@ -119,18 +109,17 @@ protected:
 
 TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
 {
-    addServed(folderA, QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(folderA, QStringLiteral("MSFT"), Friday);
-    addServed(folderB, QStringLiteral("VOD"), QDate(2024, 6, 10));
+    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
+    addServed(QStringLiteral("MSFT"), Friday);
+    addServed(QStringLiteral("VOD"), QDate(2024, 6, 10), folderB);
     frmDownload window(context);
     window.Timer1_Timer();
     EXPECT_EQ(context->state.statusText, QStringLiteral("Download Listing."));
-    EXPECT_EQ(window.ListView2->topLevelItemCount(), 0);
-    addFolder(window, folderA);
+    addFolder(window, folder);
     addFolder(window, folderB);
 
     tick(window.ListView2, 0);
-    EXPECT_EQ(column(window.ListView1, 0), (QStringList{folderA, "IBM Corp", "MSFT Corp"}));
+    EXPECT_EQ(column(window.ListView1, 0), (QStringList{folder, "IBM Corp", "MSFT Corp"}));
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT"}));
     EXPECT_EQ(column(window.ListView1, 2), (QStringList{"", "6/5/2024", "6/14/2024"}));
     EXPECT_EQ(ticks(window.ListView1), (QList<bool>{true, true, false})) << "today's security stays unticked";
@@ -149,42 +138,36 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_EQ(window.result(), QDialog::Accepted);
     ASSERT_EQ(context->state.downloadList.size(), 2);
     EXPECT_EQ(context->state.downloadList[0].fromDate, QStringLiteral("2024-06-06"));
-    EXPECT_EQ(context->state.downloadList[0].folder, folderA);
     EXPECT_EQ(context->state.downloadList[1].folder, folderB);
-    EXPECT_TRUE(context->state.dataCorrection);
     EXPECT_EQ(context->state.dataCorrectionFrom, QStringLiteral("2024-06-01"));
     EXPECT_FALSE(context->state.downloadCurrentQuote);
     EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
-    expectBars(barsOf(folderA, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
     expectBars(barsOf(folderB, QStringLiteral("VOD")), server.symbol(QStringLiteral("VOD")).history);
     EXPECT_EQ(caption, QStringLiteral("Download Completed. / "));
     EXPECT_EQ(context->state.statusText, QStringLiteral("Download Progress."));
     EXPECT_EQ(shown.symbols, (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(shown.results, (QStringList{"OK", "OK"}));
     EXPECT_EQ(shown.summary, QStringLiteral("Completed : 2    |    Upto Date : 0    |    No Data : 0"));
-    EXPECT_EQ(symbols::readSys(context), (QStringList{folderA, folderB}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
 TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
 {
-    addServed(folderA, QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(folderB, QStringLiteral("VOD"), QDate(2024, 6, 10));
+    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
+    addServed(QStringLiteral("VOD"), QDate(2024, 6, 10), folderB);
     frmDownload window(context);
     window.Timer1_Timer();
     context.prompter().folders = {QStringLiteral("C:\\"), QString()};
     window.Command1->click();
-    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "a drive root loses its backslash";
     window.Command1->click();
-    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "cancelling the folder picker changes nothing";
-    EXPECT_EQ(context.prompter().prompts.value(0).title, QStringLiteral("Browse For Folder"));
+    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "a drive root loses its backslash; a cancel keeps it";
     context.prompter().prompts.clear();
-    addFolder(window, folderA);
+    addFolder(window, folder);
     addFolder(window, QStringLiteral("  ") + folderB + QStringLiteral(" "));
-    addFolder(window, folderA + QStringLiteral(" "));
+    addFolder(window, folder + QStringLiteral(" "));
     EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
-    EXPECT_EQ(column(window.ListView2, 0), (QStringList{folderA, folderB}));
+    EXPECT_EQ(column(window.ListView2, 0), (QStringList{folder, folderB}));
 
     tick(window.ListView2, 0);
     tick(window.ListView2, 1);
@@ -200,8 +183,7 @@ TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
 
     window.ListView2->setCurrentItem(window.ListView2->topLevelItem(1));
     window.Command3->click();
-    EXPECT_EQ(column(window.ListView2, 0), QStringList{folderA});
-    EXPECT_EQ(window.ListView1->topLevelItemCount(), 0);
+    EXPECT_EQ(window.ListView1->topLevelItemCount(), 0) << "a removed folder takes its securities along";
 }
 
 TEST_F(DownloadWindowsTest, TheFolderListIsSavedOnCloseAndRestoredEmptyListIncluded)
@@ -209,15 +191,15 @@ TEST_F(DownloadWindowsTest, TheFolderListIsSavedOnCloseAndRestoredEmptyListInclu
     {
         frmDownload window(context);
         window.Timer1_Timer();
-        addFolder(window, folderA);
+        addFolder(window, folder);
         addFolder(window, folderB);
         window.Command5->click();
     }
-    EXPECT_EQ(symbols::readSys(context), (QStringList{folderA, folderB}));
+    EXPECT_EQ(symbols::readSys(context), (QStringList{folder, folderB}));
     {
         frmDownload window(context);
         window.Timer1_Timer();
-        EXPECT_EQ(column(window.ListView2, 0), (QStringList{folderA, folderB}));
+        EXPECT_EQ(column(window.ListView2, 0), (QStringList{folder, folderB}));
         for (int i = 0; i < 2; ++i) {
             window.ListView2->setCurrentItem(window.ListView2->topLevelItem(0));
             window.Command3->click();
@@ -242,8 +224,8 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
 {
     for (int i = 1; i <= 10; ++i) {
         const QString symbol = QStringLiteral("S%1").arg(i);
-        addServed(folderA, symbol, QDate(2024, 6, 5));
-        context->state.downloadList.append(*download::makeDownloadItem(symbol, 20240605, folderA, Friday));
+        addServed(symbol, QDate(2024, 6, 5));
+        context->state.downloadList.append(*download::makeDownloadItem(symbol, 20240605, folder, Friday));
     }
     // The window is left while the third security's history request is on its way.
     QTimer poll;
@@ -256,9 +238,7 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
         });
         poll.start(0);
     };
-    driveProgressAndResults();
-    frmDownloadProgress progress(context);
-    context->runModal(progress);
+    runProgress();
 
     EXPECT_EQ(historySymbols(server), (QStringList{"S1", "S2", "S3"}));
     EXPECT_EQ(caption, QStringLiteral("3 of 10 Completed. / "));
@@ -266,7 +246,7 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     EXPECT_EQ(counters, (QStringList{"2", "0", "0"})) << "the counters show the state before the third";
     EXPECT_EQ(shown.symbols, (QStringList{"S1", "S2", "S3"}));
     EXPECT_EQ(shown.summary, QStringLiteral("Completed : 3    |    Upto Date : 0    |    No Data : 0"));
-    EXPECT_EQ(barsOf(folderA, QStringLiteral("S4")).size(), 36);
+    EXPECT_EQ(barsOf(folder, QStringLiteral("S4")).size(), 36);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways,
@@ -279,38 +259,27 @@ INSTANTIATE_TEST_SUITE_P(Ways,
 
 TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
-    addServed(folderA, QStringLiteral("IBM"), QDate(2024, 6, 5));
-    context->state.downloadList = {{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folderA + "/missing"}};
-    driveProgressAndResults();
-    {
-        frmDownloadProgress progress(context);
-        context->runModal(progress);
-    }
+    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
+    const app::DownloadItem gone{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folder + "/missing"};
+    const app::DownloadItem ibm = *download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday);
+    context->state.downloadList = {gone};
+    runProgress();
     EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Stopped: GONE: "))) << progressLabel.toStdString();
     EXPECT_EQ(caption, QStringLiteral("Download Progress"));
     EXPECT_TRUE(shown.symbols.isEmpty());
-    EXPECT_EQ(shown.summary, QStringLiteral("Completed : 0    |    Upto Date : 0    |    No Data : 0"));
-
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
     // Once a security has been written the job carries on past the missing folder, and says so.
-    const app::DownloadItem ibm = *download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folderA, Friday);
-    context->state.downloadList.prepend(ibm);
-    driveProgressAndResults();
-    {
-        frmDownloadProgress progress(context);
-        context->runModal(progress);
-    }
+    context->state.downloadList = {ibm, gone};
+    runProgress();
     EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Not all quotes were written: GONE: ")))
         << progressLabel.toStdString();
     EXPECT_EQ(shown.results, (QStringList{"OK", "No Data"}));
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
     context->settings->clear();
     context->state.downloadList = {ibm};
     const qsizetype requests = server.requests().size();
-    driveProgressAndResults();
-    frmDownloadProgress progress(context);
-    context->runModal(progress);
+    runProgress();
     EXPECT_EQ(shown.results, QStringList{"No Data"});
     EXPECT_EQ(server.requests().size(), requests);
     ASSERT_EQ(context.prompter().messages().size(), 1);
@@ -319,15 +288,14 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
 
 TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItself)
 {
-    addServed(folderA, QStringLiteral("IBM"), QDate(2024, 6, 5));
-    context->state.downloadList = {*download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folderA, Friday)};
+    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
+    context->state.downloadList = {*download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday)};
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.exec(); });
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.result(); });
     frmDownloadProgress progress(context);
     EXPECT_EQ(context->runModal(progress), QDialog::Accepted);
     EXPECT_FALSE(progress.isVisible());
     EXPECT_EQ(context.modalsShown, (QStringList{"frmDownloadProgress", "frmDownloadResults"}));
-    EXPECT_EQ(context->state.downloadResults.size(), 1);
 }
 
 TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
@@ -338,33 +306,26 @@ TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
                                       {QStringLiteral("D"), QStringLiteral("No Connection")}};
     frmDownloadResults results(context);
     results.Form_Load(); // a second load lists the rows once
-    EXPECT_EQ(results.windowTitle(), QStringLiteral("Download Results"));
     EXPECT_EQ(column(results.ListView1, 1), (QStringList{"OK", "No Data  ", "Up to date", "No Connection"}));
     QList<int> images;
     for (int i = 0; i < results.ListView1->topLevelItemCount(); ++i)
         images.append(results.ListView1->topLevelItem(i)->data(0, frmDownloadResults::ImageRole).toInt());
     EXPECT_EQ(images, (QList<int>{1, 2, 1, 1}));
     EXPECT_EQ(results.Label1->text(), QStringLiteral("Completed : 2    |    Upto Date : 1    |    No Data : 1"));
-    EXPECT_EQ(results.Command1->text(), QStringLiteral("&OK"));
 }
 
 TEST_F(DownloadWindowsTest, TheToolsMenuOpensTheSelectionWithTheSavedOptions)
 {
     context->state.dataCorrection = true;
     context->state.downloadCurrentQuote = true;
-    bool correction = false;
-    bool currentQuote = false;
     context.modalDrivers.push_back([&](QDialog& dialog) {
         auto& selection = static_cast<frmDownload&>(dialog);
-        correction = selection.Check2->isChecked();
-        currentQuote = selection.Check1->isChecked();
+        EXPECT_TRUE(selection.Check1->isChecked() && selection.Check2->isChecked());
         return QDialog::Rejected;
     });
     app::frmMain main(context);
     main.mnuDownload->trigger();
     EXPECT_EQ(context.modalsShown, QStringList{"frmDownload"});
-    EXPECT_TRUE(correction);
-    EXPECT_TRUE(currentQuote);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-// Real data folders and the local quote server for the download tests.
+// Real data folders, the local quote server and the command-line program for the download tests.
 
 #include "download/httpchannel.h"
 #include "quoteserver.h"
@@ -9,7 +9,10 @@
 #include "testcontext.h"
 
 #include <QDir>
+#include <QEventLoop>
+#include <QProcess>
 #include <QSettings>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -31,14 +34,8 @@ inline QList<HistoryRow> everyDay(QDate first, QDate last)
 
 inline store::PriceBar barOf(const HistoryRow& row)
 {
-    return {row.date.year() * 10000 + row.date.month() * 100 + row.date.day(),
-            0,
-            row.open,
-            row.high,
-            row.low,
-            row.close,
-            double(row.volume),
-            0};
+    const qint32 date = row.date.year() * 10000 + row.date.month() * 100 + row.date.day();
+    return {date, 0, row.open, row.high, row.low, row.close, double(row.volume), 0};
 }
 
 // Creates the folder if need be and adds a daily security with the given bars.
@@ -97,11 +94,69 @@ inline QStringList historySymbols(const QuoteServer& server)
     return symbols;
 }
 
-// Points the context's settings at the server.
-inline void useServer(testing_support::TestContext& context, const QuoteServer& server)
+struct CliRun
 {
-    context->settings->setValue(QLatin1String(download::QuoteUrlKey), server.url());
-    context->settings->setValue(QLatin1String(download::HistoryUrlKey), server.url());
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// Runs ticksmith-cli while this process's event loop keeps the server answering. addressed sets both
+// service addresses to the server; without it the program sees none (the tests' home has no settings).
+inline CliRun runCli(const QuoteServer& server, const QStringList& arguments, bool addressed = true)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* proxy : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
+        environment.remove(QLatin1String(proxy));
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("en_US.UTF-8"));
+    environment.remove(QLatin1String(download::QuoteUrlVariable));
+    environment.remove(QLatin1String(download::HistoryUrlVariable));
+    if (addressed) {
+        environment.insert(QLatin1String(download::QuoteUrlVariable), server.url());
+        environment.insert(QLatin1String(download::HistoryUrlVariable), server.url());
+    }
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(30000, &loop, &QEventLoop::quit); // a safety net, never reached when all is well
+    process.start(QStringLiteral(TICKSMITH_BUILD_DIR "/ticksmith-cli"), arguments);
+    loop.exec();
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished();
+        return {};
+    }
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
+
+// A data folder and a server that serves every day from servedFrom to servedTo.
+class DownloadTest : public testing::Test
+{
+protected:
+    // Serves symbol's history and puts the served rows up to held into the folder (by default this one).
+    void addServed(const QString& symbol, QDate held, const QString& in = {})
+    {
+        const QList<HistoryRow> rows = everyDay(servedFrom, servedTo);
+        server.symbol(symbol).history = rows;
+        addSecurity(in.isEmpty() ? folder : in, symbol, rows.mid(0, servedFrom.daysTo(held) + 1));
+    }
+
+    // Points the context's settings at the server.
+    void useServer()
+    {
+        context->settings->setValue(QLatin1String(download::QuoteUrlKey), server.url());
+        context->settings->setValue(QLatin1String(download::HistoryUrlKey), server.url());
+    }
+
+    testing_support::TestContext context;
+    QuoteServer server;
+    QString folder = context.makeFolder(QStringLiteral("data"));
+    QDate servedFrom{2024, 5, 1};
+    QDate servedTo{2024, 6, 14};
+};
 
 } // namespace download_test

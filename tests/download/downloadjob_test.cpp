@@ -11,39 +11,18 @@ using namespace download_test;
 using download::DownloadJob;
 using download::DownloadOptions;
 using download::JobOutcome;
-using Misbehaviour = QuoteServer::Misbehaviour;
 
 const QDate Friday(2024, 6, 14), Saturday(2024, 6, 15), Sunday(2024, 6, 16), Monday(2024, 6, 17);
 
-class DownloadJobTest : public testing::Test
+class DownloadJobTest : public DownloadTest
 {
 protected:
-    DownloadJobTest()
-        : channel({server.url(), server.url()})
-        , folder(context.makeFolder(QStringLiteral("data")))
-    {}
-
-    // A security whose bars run from May 1 to last, and whose served history runs to Friday.
-    void addServed(const QString& symbol, QDate last, const QString& in = {})
-    {
-        const QList<HistoryRow> rows = everyDay(QDate(2024, 5, 1), Friday);
-        server.symbol(symbol).history = rows;
-        QList<HistoryRow> held;
-        for (const HistoryRow& row : rows) {
-            if (row.date <= last)
-                held.append(row);
-        }
-        addSecurity(in.isEmpty() ? folder : in, symbol, held);
-    }
-
     app::DownloadItem item(const QString& symbol, const QString& in = {})
     {
         const QList<store::PriceBar> bars = barsOf(in.isEmpty() ? folder : in, symbol);
         EXPECT_FALSE(bars.isEmpty()) << symbol.toStdString();
-        return *download::makeDownloadItem(symbol,
-                                           bars.isEmpty() ? 20240501 : bars.last().date,
-                                           in.isEmpty() ? folder : in,
-                                           today);
+        const qint32 last = bars.isEmpty() ? 20240501 : bars.last().date;
+        return *download::makeDownloadItem(symbol, last, in.isEmpty() ? folder : in, today);
     }
 
     JobOutcome run(const QList<app::DownloadItem>& items, const DownloadOptions& options = {})
@@ -60,41 +39,30 @@ protected:
         return texts;
     }
 
-    testing_support::TestContext context;
-    QuoteServer server;
-    download::HttpChannel channel;
-    QString folder;
+    download::HttpChannel channel{{server.url(), server.url()}};
     QDate today = Friday;
     DownloadJob::Events events;
 };
 
 TEST_F(DownloadJobTest, BarsLandOldestFirstAsServedAndASecondRunAddsNothing)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
+    // Last updated two months back: only the months are compared, so the last date itself is fetched
+    // again and must replace that bar, not duplicate it.
+    servedTo = today = QDate(2024, 7, 2);
+    addServed(QStringLiteral("IBM"), QDate(2024, 5, 1));
     const JobOutcome first = run({item(QStringLiteral("IBM"))});
 
     EXPECT_EQ(first.end, JobOutcome::End::Completed);
     EXPECT_EQ(statuses(first), QStringList{"IBM=OK"});
     EXPECT_EQ(first.counters.completed, 1);
     ASSERT_EQ(server.requests().size(), 1);
-    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=6&c=2024&ignore=.csv");
+    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=6&e=2&f=2024&a=4&b=1&c=2024&ignore=.csv");
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 
     const JobOutcome second = run({item(QStringLiteral("IBM"))});
     EXPECT_EQ(statuses(second), QStringList{"IBM=Up to date"});
     EXPECT_EQ(second.counters.upToDate, 1);
     EXPECT_EQ(server.requests().size(), 1) << "an up-to-date security costs no request";
-    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
-}
-
-TEST_F(DownloadJobTest, ARestartFromTheLastDateReplacesThatBarInsteadOfDuplicatingIt)
-{
-    // Last updated two months back: only the months are compared, so the last date itself is fetched.
-    addServed(QStringLiteral("IBM"), QDate(2024, 5, 1));
-    today = QDate(2024, 7, 2);
-    const app::DownloadItem restart = item(QStringLiteral("IBM"));
-    EXPECT_EQ(restart.fromDate, QStringLiteral("2024-05-01"));
-    EXPECT_EQ(statuses(run({restart})), QStringList{"IBM=OK"});
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 }
 
@@ -271,30 +239,6 @@ TEST_F(DownloadJobTest, WeekendRulesDecideWithTheJobsClock)
         << "the served history ends on Friday";
     EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "MSFT"}));
 }
-
-class HostileServiceTest
-    : public DownloadJobTest
-    , public testing::WithParamInterface<Misbehaviour>
-{};
-
-TEST_P(HostileServiceTest, AnUnusableHistoryIsNoDataAndWritesNothing)
-{
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(QStringLiteral("MSFT"), QDate(2024, 6, 5));
-    server.symbol(QStringLiteral("IBM")).misbehaviour = GetParam();
-    QStringList failures;
-    events.historyFailed = [&](const QString& symbol, const QString&) { failures.append(symbol); };
-
-    const JobOutcome outcome = run({item(QStringLiteral("IBM")), item(QStringLiteral("MSFT"))});
-    EXPECT_EQ(statuses(outcome), (QStringList{"IBM=No Data", "MSFT=OK"}));
-    EXPECT_EQ(outcome.counters.noData, 1);
-    EXPECT_EQ(failures, QStringList{"IBM"});
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 36);
-}
-
-INSTANTIATE_TEST_SUITE_P(Misbehaviours,
-                         HostileServiceTest,
-                         testing::Values(Misbehaviour::NotFound, Misbehaviour::HtmlPage, Misbehaviour::CutShort));
 
 struct StartCase
 {

@@ -35,44 +35,40 @@ TransferReply reply(bool ok, const QString& text)
     return reply;
 }
 
-TEST(StockQuoteTest, ReadsTwelveFieldsWithoutDoubleQuotes)
+struct StockQuoteCase
 {
-    const auto values = download::parseStockQuote(
-        QStringLiteral("\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,90.5,1500\n"),
-        English);
-    ASSERT_TRUE(values);
-    EXPECT_EQ(QStringList(values->begin(), values->end()).join(u'|'),
-              QStringLiteral("IBM|90.44|3/31/2005|4:01pm|-0.51|-0.56%|90.95|91.2|90.1|N/A|90.5|1,500"));
-    EXPECT_FALSE(download::parseStockQuote(QString(), English));
-    EXPECT_FALSE(download::parseStockQuote(QStringLiteral("\"IBM\",90.44,a,b,c,d,e,f,g,h,i\n"), English));
-}
-
-struct VolumeCase
-{
-    const char* field;
+    const char* body;
     QLocale locale;
-    const char* expected;
+    const char* fields; // joined with '|'; empty when the reply is refused
 };
 
-class StockQuoteVolumeTest : public testing::TestWithParam<VolumeCase>
+class StockQuoteParsingTest : public testing::TestWithParam<StockQuoteCase>
 {};
 
-TEST_P(StockQuoteVolumeTest, IsGroupedWhenNumericAndKeptOtherwise)
+TEST_P(StockQuoteParsingTest, ReadsTwelveFieldsWithoutDoubleQuotesAndGroupsANumericVolume)
 {
-    const QString body = QStringLiteral("\"X\",1,2,3,4,5,6,7,8,9,10,") + QLatin1String(GetParam().field);
-    const auto values = download::parseStockQuote(body, GetParam().locale);
-    ASSERT_TRUE(values);
-    EXPECT_EQ((*values)[11], QLatin1String(GetParam().expected));
+    const auto values = download::parseStockQuote(QLatin1String(GetParam().body), GetParam().locale);
+    const QString fields = values ? QStringList(values->begin(), values->end()).join(u'|') : QString();
+    EXPECT_EQ(fields, QLatin1String(GetParam().fields));
 }
 
+const QLocale German(QLocale::German, QLocale::Germany);
+
 INSTANTIATE_TEST_SUITE_P(
-    Volumes,
-    StockQuoteVolumeTest,
-    testing::Values(VolumeCase{"1500000\r\n", English, "1,500,000"},
-                    VolumeCase{"1500000\n", QLocale(QLocale::German, QLocale::Germany), "1.500.000"},
-                    VolumeCase{"1500", QLocale::c(), "1,500"}, // grouped even where the locale omits it
-                    VolumeCase{"N/A", English, "N/A"},
-                    VolumeCase{"\"N/A\"\n", English, "N/A\n"})); // kept as it stands, line end included
+    Replies,
+    StockQuoteParsingTest,
+    testing::Values(
+        StockQuoteCase{"\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,90.5,1500\n",
+                       English,
+                       "IBM|90.44|3/31/2005|4:01pm|-0.51|-0.56%|90.95|91.2|90.1|N/A|90.5|1,500"},
+        StockQuoteCase{"", English, ""},
+        StockQuoteCase{"\"IBM\",90.44,a,b,c,d,e,f,g,h,i\n", English, ""}, // eleven fields
+        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,1500000\r\n", English, "X|1|2|3|4|5|6|7|8|9|10|1,500,000"},
+        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,1500000\n", German, "X|1|2|3|4|5|6|7|8|9|10|1.500.000"},
+        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,1500", QLocale::c(), "X|1|2|3|4|5|6|7|8|9|10|1,500"},
+        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,N/A", English, "X|1|2|3|4|5|6|7|8|9|10|N/A"},
+        // A volume that is not a number is kept as it stands, line end included.
+        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,\"N/A\"\n", English, "X|1|2|3|4|5|6|7|8|9|10|N/A\n"}));
 
 TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
 {

@@ -1,0 +1,163 @@
+// ticksmith-cli quote, history and download, run as a separate program against the local quote server
+// and real folders. The program reads the system clock, so the folders are dated relative to today.
+
+#include "downloadfixture.h"
+
+namespace {
+
+using namespace download_test;
+
+const QString Summary = QStringLiteral("Completed : %1    |    Upto Date : %2    |    No Data : %3\n");
+
+class CliTest : public DownloadTest
+{
+protected:
+    CliTest()
+    {
+        servedFrom = today.addDays(-40);
+        servedTo = today;
+    }
+
+    CliRun download(QStringList arguments)
+    {
+        arguments.prepend(QStringLiteral("download"));
+        return runCli(server, arguments);
+    }
+
+    QDate today = QDate::currentDate();
+};
+
+TEST_F(CliTest, QuotePrintsTheTwelveProperties)
+{
+    server.symbol(QStringLiteral("IBM")).quoteBody =
+        "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,N/A,1500000\n";
+    const CliRun run = runCli(server, {QStringLiteral("quote"), QStringLiteral(" IBM ")});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out,
+              QStringLiteral("Symbol: IBM\nQuote: 90.44\nLastTradeDate: 3/31/2005\nLastTradeTime: 4:01pm\n"
+                             "Change: -0.51\nPercentageChange: -0.56%\nOpening: 90.95\nDayHigh: 91.2\n"
+                             "DayLow: 90.1\nBid: N/A\nAsk: N/A\nVolume: 1,500,000\n"));
+    EXPECT_EQ(server.requests().value(0).symbol(), QStringLiteral("IBM"));
+}
+
+TEST_F(CliTest, HistoryPrintsTheRequestTheStatusAndTheRows)
+{
+    server.symbol(QStringLiteral("IBM")).history = QuoteServer::syntheticHistory(QDate(2005, 1, 3), QDate(2005, 1, 7));
+    const CliRun run = runCli(server, {QStringLiteral("history"), QStringLiteral("IBM"), "2005-01-03", "2005-01-07"});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QStringList lines = run.out.split(u'\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(lines.size(), 7) << run.out.toStdString();
+    EXPECT_EQ(lines[0], "Request: " + server.url() + "/table.csv?s=IBM&d=0&e=7&f=2005&a=0&b=3&c=2005&ignore=.csv");
+    EXPECT_EQ(lines[1], QStringLiteral("Status: 0"));
+    EXPECT_TRUE(lines[2].startsWith(QStringLiteral("1\t2005-01-07\t"))) << lines[2].toStdString();
+    EXPECT_TRUE(lines[6].startsWith(QStringLiteral("5\t2005-01-03\t"))) << lines[6].toStdString();
+}
+
+TEST_F(CliTest, AnUnusableAnswerExitsWithOne)
+{
+    const CliRun history =
+        runCli(server, {QStringLiteral("history"), QStringLiteral("NOPE"), "2005-01-03", "2005-01-07"});
+    EXPECT_EQ(history.exitCode, 1);
+    EXPECT_TRUE(history.out.contains(QStringLiteral("\nStatus: 2\n"))) << history.out.toStdString();
+    EXPECT_TRUE(history.err.contains(QStringLiteral("404"))) << history.err.toStdString();
+
+    const CliRun quote = runCli(server, {QStringLiteral("quote"), QStringLiteral("IBM")}, false);
+    EXPECT_EQ(quote.exitCode, 1);
+    EXPECT_TRUE(quote.out.startsWith(QStringLiteral("Symbol: IBM\nQuote: 0.00\n"))) << quote.out.toStdString();
+    EXPECT_TRUE(quote.err.contains(QStringLiteral("not configured"))) << quote.err.toStdString();
+}
+
+TEST_F(CliTest, DownloadBringsTickedSecuritiesUpToDateAndASecondRunHasNothingToDo)
+{
+    addServed(QStringLiteral("IBM"), today.addDays(-10));
+    addServed(QStringLiteral("MSFT"), today);
+
+    const CliRun first = download({folder});
+    EXPECT_EQ(first.exitCode, 0) << first.err.toStdString();
+    EXPECT_EQ(first.out, QStringLiteral("IBM\tOK\n") + Summary.arg(1).arg(0).arg(0));
+    EXPECT_TRUE(first.err.isEmpty()) << first.err.toStdString();
+    EXPECT_EQ(historySymbols(server), QStringList{"IBM"}) << "a security holding today's bar is left out";
+    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
+
+    const CliRun second = download({folder});
+    EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
+    EXPECT_EQ(second.out, Summary.arg(0).arg(0).arg(0));
+    EXPECT_EQ(server.requests().size(), 1);
+}
+
+// Any misbehaviour of the service ends the same way in the job; the client tests go through them all.
+TEST_F(CliTest, DownloadWithASecurityWithoutDataFailsAfterTheOthersAreDone)
+{
+    addServed(QStringLiteral("BAD"), today.addDays(-10));
+    addServed(QStringLiteral("IBM"), today.addDays(-10));
+    server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::NotFound;
+
+    const CliRun run = download({folder, QStringLiteral("--weekend")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, QStringLiteral("BAD\tNo Data\nIBM\tOK\n") + Summary.arg(1).arg(0).arg(1));
+    EXPECT_TRUE(run.err.contains(QStringLiteral("BAD: "))) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(QStringLiteral("404"))) << run.err.toStdString();
+    EXPECT_EQ(barsOf(folder, QStringLiteral("BAD")).size(), 31) << "nothing written for it";
+}
+
+TEST_F(CliTest, DownloadCorrectsTheNamedSymbolOnlyAndWritesTheCurrentQuote)
+{
+    QList<HistoryRow> wrong = everyDay(today.addDays(-40), today.addDays(-1));
+    for (HistoryRow& row : wrong)
+        row.close = 1;
+    addSecurity(folder, QStringLiteral("IBM"), wrong);
+    addServed(QStringLiteral("MSFT"), today.addDays(-10));
+    const QList<HistoryRow> served = everyDay(today.addDays(-40), today.addDays(-1));
+    server.symbol(QStringLiteral("IBM")).history = served;
+    server.symbol(QStringLiteral("IBM")).quoteBody =
+        "\"IBM\",90.44,\"1/1/2024\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,N/A,1500000\n";
+
+    const CliRun run = download({folder,
+                                 QStringLiteral("--symbol"),
+                                 QStringLiteral("ibm"),
+                                 QStringLiteral("--correction-from"),
+                                 today.addDays(-5).toString(Qt::ISODate),
+                                 QStringLiteral("--current-quote")});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out, QStringLiteral("IBM\tOK\n") + Summary.arg(1).arg(0).arg(0));
+    EXPECT_EQ(historySymbols(server), QStringList{"IBM"});
+    QList<HistoryRow> expected = wrong.mid(0, wrong.size() - 5) + served.mid(served.size() - 5);
+    expected.append({today, 90.95, 91.2, 90.1, 90.44, 1500000, 90.44});
+    expectBars(barsOf(folder, QStringLiteral("IBM")), expected);
+}
+
+class CliUsageTest
+    : public CliTest
+    , public testing::WithParamInterface<QStringList>
+{};
+
+TEST_P(CliUsageTest, BadArgumentsExitWithTwoAndChangeNothing)
+{
+    addServed(QStringLiteral("IBM"), today.addDays(-10));
+    QStringList arguments = GetParam();
+    arguments.replaceInStrings(QStringLiteral("FOLDER"), folder);
+
+    const CliRun run = runCli(server, arguments);
+    EXPECT_EQ(run.exitCode, 2) << run.out.toStdString();
+    EXPECT_TRUE(run.out.isEmpty()) << run.out.toStdString();
+    EXPECT_FALSE(run.err.isEmpty());
+    EXPECT_TRUE(server.requests().isEmpty());
+    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 31);
+}
+
+INSTANTIATE_TEST_SUITE_P(Arguments,
+                         CliUsageTest,
+                         testing::Values(QStringList{"quote"},
+                                         QStringList{"quote", "IBM", "MSFT"},
+                                         QStringList{"history", "IBM", "2005-01-03"},
+                                         QStringList{"history", "IBM", "2005-13-01", "2005-01-07"},
+                                         QStringList{"history", "IBM", "2005-01-07", "2005-01-03"},
+                                         QStringList{"history", " ", "2005-01-03", "2005-01-07"},
+                                         QStringList{"download"},
+                                         QStringList{"download", "FOLDER", "--frobnicate"},
+                                         QStringList{"download", "FOLDER", "--symbol"},
+                                         QStringList{"download", "FOLDER", "--symbol", "NOPE"},
+                                         QStringList{"download", "FOLDER", "--correction-from", "2024-13-01"},
+                                         QStringList{"download", "FOLDER", "FOLDER/missing"}));
+
+} // namespace
