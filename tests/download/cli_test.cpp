@@ -2,6 +2,7 @@
 // and real folders. The program reads the system clock, so the folders are dated relative to today.
 
 #include "downloadfixture.h"
+#include "version.h"
 
 namespace {
 
@@ -49,6 +50,7 @@ TEST_F(CliTest, HistoryPrintsTheRequestTheStatusAndTheRows)
     ASSERT_EQ(lines.size(), 7) << run.out.toStdString();
     EXPECT_EQ(lines[0], "Request: " + server.url() + "/table.csv?s=IBM&d=0&e=7&f=2005&a=0&b=3&c=2005&ignore=.csv");
     EXPECT_EQ(lines[1], QStringLiteral("Status: 0"));
+    EXPECT_EQ(server.requests().value(0).userAgent, QByteArray("Ticksmith/" TICKSMITH_VERSION));
     EXPECT_TRUE(lines[2].startsWith(QStringLiteral("1\t2005-01-07\t"))) << lines[2].toStdString();
     EXPECT_TRUE(lines[6].startsWith(QStringLiteral("5\t2005-01-03\t"))) << lines[6].toStdString();
 }
