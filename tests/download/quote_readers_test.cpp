@@ -8,32 +8,24 @@
 namespace {
 
 using download::clsStockQuote;
-using download::DailyQuoteRecord;
 using download::QuoteService;
 using download::TransferReply;
 
 const QLocale English(QLocale::English, QLocale::UnitedStates);
 
+// Answers every request with reply and keeps what was asked.
 class ScriptedChannel : public download::TransferChannel
 {
 public:
-    TransferReply get(QuoteService service, const QString& pathAndQuery) override
+    TransferReply get(QuoteService, const QString& pathAndQuery) override
     {
-        requests.append({service, pathAndQuery});
+        requests.append(pathAndQuery);
         return reply;
     }
 
     TransferReply reply;
-    QList<std::pair<QuoteService, QString>> requests;
+    QStringList requests;
 };
-
-TransferReply reply(bool ok, const QString& text)
-{
-    TransferReply reply;
-    reply.ok = ok;
-    (ok ? reply.body : reply.error) = text;
-    return reply;
-}
 
 struct StockQuoteCase
 {
@@ -73,19 +65,22 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
 {
     ScriptedChannel channel;
-    channel.reply =
-        reply(true, QStringLiteral("\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",1,2,3,4,5,6\n"));
+    channel.reply.ok = true;
+    channel.reply.body = QStringLiteral("\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",1,2,3,4,5,6\n");
+    const TransferReply good = channel.reply;
     clsStockQuote quote(channel, English);
     quote.setSymbol(QStringLiteral("^GSPC"));
-    EXPECT_EQ(channel.requests.value(0).second, QStringLiteral("/d/quotes.csv?s=^GSPC&f=sl1d1t1c1p2ohgbav&e=.csv"));
+    EXPECT_EQ(channel.requests.value(0), QStringLiteral("/d/quotes.csv?s=^GSPC&f=sl1d1t1c1p2ohgbav&e=.csv"));
     EXPECT_EQ(quote.Symbol(), QStringLiteral("IBM"));
 
     download::StockQuoteValues reset;
     reset.fill(QStringLiteral("N/A"));
     reset[0] = QStringLiteral("MSFT");
     reset[1] = QStringLiteral("0.00");
-    for (const TransferReply& failure : {reply(true, QStringLiteral("\"MSFT\",1,2,3,4,5,6,7,8,9,10\n")),
-                                         reply(false, QStringLiteral("Connection refused."))}) {
+    // Eleven fields, then a failed transfer: each resets what the previous, good reply had set.
+    for (const TransferReply& failure : {TransferReply{true, QStringLiteral("\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"), {}, {}},
+                                         TransferReply{false, {}, QStringLiteral("Connection refused."), {}}}) {
+        channel.reply = good;
         quote.setSymbol(QStringLiteral("IBM"));
         channel.reply = failure;
         quote.setSymbol(QStringLiteral("MSFT"));
@@ -150,15 +145,6 @@ INSTANTIATE_TEST_SUITE_P(
         HistoryCase{"InfinitePrice", withRow("2005-03-31,1,2,3,inf,5,6\n"), false, 0},
         HistoryCase{"VolumeBeyond32Bits", withRow("2005-03-31,1,2,3,4,2147483648,6\n"), false, 0}),
     [](const testing::TestParamInfo<HistoryCase>& param) { return param.param.name; });
-
-TEST(DailyQuotesParsingTest, KeepsTheDateTextAndTheServiceOrder)
-{
-    const auto parsed = download::parseDailyQuotes(ThreeRows + u'\n');
-    ASSERT_EQ(parsed.rows.size(), 3);
-    EXPECT_EQ(parsed.rows[0], (DailyQuoteRecord{QStringLiteral("2005-03-31"), 90.95, 91.2, 90.1, 90.44, 1500}));
-    EXPECT_EQ(parsed.rows[1].volume, 2147483647);
-    EXPECT_EQ(parsed.rows[2].date, QStringLiteral("2005-03-29"));
-}
 
 TEST(DailyQuotesParsingTest, ReadsNumbersWithAPointWhateverTheDefaultLocale)
 {
