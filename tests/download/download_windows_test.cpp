@@ -48,14 +48,6 @@ void tick(QTreeWidget* list, int row, bool on = true)
     list->topLevelItem(row)->setCheckState(0, on ? Qt::Checked : Qt::Unchecked);
 }
 
-// What the results window showed.
-struct Shown
-{
-    QStringList symbols;
-    QStringList results;
-    QString summary;
-};
-
 class DownloadWindowsTest : public DownloadTest
 {
 protected:
@@ -93,7 +85,9 @@ protected:
         });
         context.modalDrivers.push_back([this](QDialog& dialog) {
             auto& results = static_cast<frmDownloadResults&>(dialog);
-            shown = {column(results.ListView1, 0), column(results.ListView1, 1), results.Label1->text()};
+            shownSymbols = column(results.ListView1, 0);
+            shownResults = column(results.ListView1, 1);
+            summary = results.Label1->text();
             results.Command1->click();
             return results.result();
         });
@@ -104,7 +98,9 @@ protected:
     QString caption;
     QString progressLabel;
     QStringList counters;
-    Shown shown;
+    QStringList shownSymbols; // what the results window showed
+    QStringList shownResults;
+    QString summary;
 };
 
 TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
@@ -146,9 +142,9 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     expectBars(barsOf(folderB, QStringLiteral("VOD")), server.symbol(QStringLiteral("VOD")).history);
     EXPECT_EQ(caption, QStringLiteral("Download Completed. / "));
     EXPECT_EQ(context->state.statusText, QStringLiteral("Download Progress."));
-    EXPECT_EQ(shown.symbols, (QStringList{"IBM", "VOD"}));
-    EXPECT_EQ(shown.results, (QStringList{"OK", "OK"}));
-    EXPECT_EQ(shown.summary, QStringLiteral("Completed : 2    |    Upto Date : 0    |    No Data : 0"));
+    EXPECT_EQ(shownSymbols, (QStringList{"IBM", "VOD"}));
+    EXPECT_EQ(shownResults, (QStringList{"OK", "OK"}));
+    EXPECT_EQ(summary, QStringLiteral("Completed : 2    |    Upto Date : 0    |    No Data : 0"));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
@@ -244,8 +240,8 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     EXPECT_EQ(caption, QStringLiteral("3 of 10 Completed. / "));
     EXPECT_EQ(context->state.statusText, caption);
     EXPECT_EQ(counters, (QStringList{"2", "0", "0"})) << "the counters show the state before the third";
-    EXPECT_EQ(shown.symbols, (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(shown.summary, QStringLiteral("Completed : 3    |    Upto Date : 0    |    No Data : 0"));
+    EXPECT_EQ(shownSymbols, (QStringList{"S1", "S2", "S3"}));
+    EXPECT_EQ(summary, QStringLiteral("Completed : 3    |    Upto Date : 0    |    No Data : 0"));
     EXPECT_EQ(barsOf(folder, QStringLiteral("S4")).size(), 36);
 }
 
@@ -266,21 +262,21 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
     runProgress();
     EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Stopped: GONE: "))) << progressLabel.toStdString();
     EXPECT_EQ(caption, QStringLiteral("Download Progress"));
-    EXPECT_TRUE(shown.symbols.isEmpty());
+    EXPECT_TRUE(shownSymbols.isEmpty());
 
     // Once a security has been written the job carries on past the missing folder, and says so.
     context->state.downloadList = {ibm, gone};
     runProgress();
     EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Not all quotes were written: GONE: ")))
         << progressLabel.toStdString();
-    EXPECT_EQ(shown.results, (QStringList{"OK", "No Data"}));
+    EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
     context->settings->clear();
     context->state.downloadList = {ibm};
     const qsizetype requests = server.requests().size();
     runProgress();
-    EXPECT_EQ(shown.results, QStringList{"No Data"});
+    EXPECT_EQ(shownResults, QStringList{"No Data"});
     EXPECT_EQ(server.requests().size(), requests);
     ASSERT_EQ(context.prompter().messages().size(), 1);
     EXPECT_TRUE(context.prompter().messages()[0].contains(QStringLiteral("not configured")));
