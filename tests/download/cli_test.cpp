@@ -70,24 +70,28 @@ TEST_F(CliTest, AnUnusableAnswerExitsWithOne)
 }
 
 // Any misbehaviour of the service ends the same way in the job; the client tests go through them all.
-TEST_F(CliTest, DownloadBringsTickedSecuritiesUpToDateAndFailsForOneWithoutData)
+TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate)
 {
     addServed(QStringLiteral("BAD"), today.addDays(-10));
+    addSecurity(folder, QStringLiteral("FUT"), everyDay(today.addDays(-3), today.addDays(1)));
     addServed(QStringLiteral("IBM"), today.addDays(-10));
     addServed(QStringLiteral("MSFT"), today);
     server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::NotFound;
 
     const CliRun first = download({folder, QStringLiteral("--weekend")});
     EXPECT_EQ(first.exitCode, 1);
-    EXPECT_EQ(first.out, QStringLiteral("BAD\tNo Data\nIBM\tOK\n") + Summary.arg(1).arg(0).arg(1));
+    EXPECT_EQ(first.out, "BAD\tNo Data\nFUT\tUp to date\nIBM\tOK\n" + Summary.arg(1).arg(1).arg(1));
     EXPECT_TRUE(first.err.contains(QStringLiteral("BAD: "))) << first.err.toStdString();
     EXPECT_TRUE(first.err.contains(QStringLiteral("404"))) << first.err.toStdString();
     EXPECT_EQ(historySymbols(server), (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
     EXPECT_EQ(barsOf(folder, QStringLiteral("BAD")).size(), 31) << "nothing written for it";
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 
+    server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::None;
     const CliRun second = download({folder});
-    EXPECT_EQ(second.out, QStringLiteral("BAD\tNo Data\n") + Summary.arg(0).arg(0).arg(1));
+    EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
+    EXPECT_EQ(second.out, "BAD\tOK\nFUT\tUp to date\n" + Summary.arg(1).arg(1).arg(0));
+    EXPECT_TRUE(second.err.isEmpty()) << second.err.toStdString();
     EXPECT_EQ(historySymbols(server), (QStringList{"BAD", "IBM", "BAD"}));
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 }
