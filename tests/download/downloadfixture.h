@@ -145,13 +145,6 @@ protected:
         addSecurity(in.isEmpty() ? folder : in, symbol, rows.mid(0, servedFrom.daysTo(held) + 1));
     }
 
-    // Points the context's settings at the server.
-    void useServer()
-    {
-        context->settings->setValue(QLatin1String(download::QuoteUrlKey), server.url());
-        context->settings->setValue(QLatin1String(download::HistoryUrlKey), server.url());
-    }
-
     testing_support::TestContext context;
     QuoteServer server;
     QString folder = context.makeFolder(QStringLiteral("data"));
