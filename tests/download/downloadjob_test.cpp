@@ -92,8 +92,6 @@ struct CurrentQuoteCase
     bool historyServed;
     QByteArray quote;
     bool todaysBarFromQuote;
-
-    friend void PrintTo(const CurrentQuoteCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class CurrentQuoteTest
@@ -104,12 +102,13 @@ class CurrentQuoteTest
 TEST_P(CurrentQuoteTest, OverridesTheHistoryOnlyWithAnOpeningPrice)
 {
     const CurrentQuoteCase& c = GetParam();
+    servedTo = QDate(2024, 6, 13); // today's bar comes from the quote or not at all
     addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    QList<HistoryRow> served = server.symbol(QStringLiteral("IBM")).history;
-    served.removeLast(); // today's bar comes from the quote or not at all
-    server.symbol(QStringLiteral("IBM")).history = served;
-    if (!c.historyServed)
+    QList<HistoryRow> expected = server.symbol(QStringLiteral("IBM")).history;
+    if (!c.historyServed) {
         server.symbol(QStringLiteral("IBM")).history.clear(); // the header row alone
+        expected = everyDay(QDate(2024, 5, 1), QDate(2024, 6, 5));
+    }
     server.symbol(QStringLiteral("IBM")).quoteBody = c.quote;
 
     DownloadOptions options;
@@ -118,7 +117,6 @@ TEST_P(CurrentQuoteTest, OverridesTheHistoryOnlyWithAnOpeningPrice)
 
     EXPECT_EQ(statuses(outcome), QStringList{"IBM=OK"}) << "a failed history with a quote is still OK";
     EXPECT_EQ(outcome.ignoredErrors, 0);
-    QList<HistoryRow> expected = c.historyServed ? served : everyDay(QDate(2024, 5, 1), QDate(2024, 6, 5));
     if (c.todaysBarFromQuote)
         expected.append({Friday, 90.95, 91.2, 90.1, 90.44, 1500000, 0});
     expectBars(barsOf(folder, QStringLiteral("IBM")), expected);
