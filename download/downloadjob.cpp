@@ -40,22 +40,6 @@ std::optional<double> quoteVolume(const QString& text, const QLocale& locale)
     return serviceNumber(text);
 }
 
-// Whether the folder can hold the bar, asked before an existing bar of its date is deleted, so that a
-// value the writer would refuse never costs the user the bar it was meant to replace.
-store::Status acceptable(const store::PriceBar& bar)
-{
-    for (const store::Status& status : {store::checkDate(bar.date),
-                                        store::checkValue(bar.open, "open"),
-                                        store::checkValue(bar.high, "high"),
-                                        store::checkValue(bar.low, "low"),
-                                        store::checkValue(bar.close, "close"),
-                                        store::checkValue(bar.volume, "volume")}) {
-        if (!status.ok())
-            return status;
-    }
-    return {};
-}
-
 QString classify(qint16 historyStatus)
 {
     switch (historyStatus) {
@@ -238,7 +222,9 @@ void DownloadJob::Run::writeCurrentQuote(store::MetaStockWriter& writer, const Q
 
 bool DownloadJob::Run::replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar)
 {
-    if (!check(acceptable(bar), symbol))
+    // Asked before an existing bar of its date is deleted, so that a value the writer would refuse never
+    // costs the user the bar it was meant to replace.
+    if (!check(store::checkBar(bar), symbol))
         return false;
     const QString dateText = QString::number(bar.date);
     bool exists = false;

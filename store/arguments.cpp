@@ -3,6 +3,8 @@
 #include "metastock/indexfiles.h"
 #include "metastock/mbf.h"
 
+#include <utility>
+
 namespace store {
 
 namespace {
@@ -100,6 +102,23 @@ Status checkValue(double value, const char* what)
                              QStringLiteral("The %1 %2 cannot be stored (not finite, or 2^127 or more)")
                                  .arg(QLatin1String(what))
                                  .arg(value));
+    return {};
+}
+
+Status checkBar(const PriceBar& bar)
+{
+    if (Status s = checkDate(bar.date); !s.ok())
+        return s;
+    const std::pair<double, const char*> values[] = {{bar.open, "open"},
+                                                     {bar.high, "high"},
+                                                     {bar.low, "low"},
+                                                     {bar.close, "close"},
+                                                     {bar.volume, "volume"},
+                                                     {bar.openInterest, "open interest"}};
+    for (const auto& [value, what] : values) {
+        if (Status s = checkValue(value, what); !s.ok())
+            return s;
+    }
     return {};
 }
 

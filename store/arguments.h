@@ -1,5 +1,6 @@
 #pragma once
 
+#include "securitytypes.h"
 #include "status.h"
 
 #include <QString>
@@ -24,6 +25,8 @@ Status parseDateText(const QString& text, qint32& date);
 Status checkDate(qint32 date);
 // A price, volume or open interest the folder can hold: finite and below 2^127 in magnitude.
 Status checkValue(double value, const char* what);
+// A bar the folder can hold: its date and every value checked as above.
+Status checkBar(const PriceBar& bar);
 
 char periodicityLetter(qint32 code); // 0 for codes other than 1, 2, 3
 qint32 periodicityCode(char letter);

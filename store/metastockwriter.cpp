@@ -269,29 +269,6 @@ void MetaStockWriter::barsChanged(IndexEntry& entry, LoadedBars& loaded)
     }
 }
 
-Status MetaStockWriter::checkBarValues(qint32 date,
-                                       double open,
-                                       double high,
-                                       double low,
-                                       double close,
-                                       double volume,
-                                       double openInterest)
-{
-    if (Status s = checkDate(date); !s.ok())
-        return s;
-    const std::pair<double, const char*> values[] = {{open, "open"},
-                                                     {high, "high"},
-                                                     {low, "low"},
-                                                     {close, "close"},
-                                                     {volume, "volume"},
-                                                     {openInterest, "open interest"}};
-    for (const auto& [value, what] : values) {
-        if (Status s = checkValue(value, what); !s.ok())
-            return s;
-    }
-    return {};
-}
-
 Status MetaStockWriter::AddBar(qint32 date,
                                qint32 time,
                                double open,
@@ -305,7 +282,7 @@ Status MetaStockWriter::AddBar(qint32 date,
     LoadedBars* loaded = nullptr;
     if (Status s = requireBars(loaded); !s.ok())
         return s;
-    if (Status s = checkBarValues(date, open, high, low, close, volume, openInterest); !s.ok())
+    if (Status s = checkBar({date, time, open, high, low, close, volume, openInterest}); !s.ok())
         return s;
     if (loaded->bars.size() >= size_t(metastock::maxBarsPerFile) && !loaded->bars.count(date))
         return Status::error(ErrorCode::InvalidArgument,

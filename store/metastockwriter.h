@@ -117,8 +117,6 @@ private:
     Status select(metastock::IndexEntry* entry);
     Status loadBars(const metastock::IndexEntry& entry);
     Status flush();
-    Status
-    checkBarValues(qint32 date, double open, double high, double low, double close, double volume, double openInterest);
     metastock::IndexEntry* findSymbol(const QString& symbol);
     metastock::IndexEntry* findFileNumber(int fileNumber);
     void barsChanged(metastock::IndexEntry& entry, LoadedBars& loaded);
