@@ -1,9 +1,9 @@
 // ticksmith: the desktop program.
 
-#include "desktopcontext.h"
-#include "form2.h"
-#include "frmmain.h"
-#include "logo.h"
+#include "app/desktopcontext.h"
+#include "app/form2.h"
+#include "app/frmmain.h"
+#include "app/logo.h"
 #include "version.h"
 
 #include <QApplication>

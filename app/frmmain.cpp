@@ -3,12 +3,12 @@
 #include "core/helpers.h"
 #include "download/frmdownload.h"
 #include "form3.h"
-#include "frmlookup.h"
 #include "frmsettings.h"
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
 #include "store/frmcreate.h"
+#include "symbols/frmlookup.h"
 #include "toolbaricons.h"
 #include "version.h"
 

@@ -4,8 +4,8 @@
 #include "core/windowhelpers.h"
 #include "download/httpchannel.h"
 #include "frmtip.h"
-#include "placehelper.h"
-#include "symbolsdb.h"
+#include "symbols/placehelper.h"
+#include "symbols/symbolsdb.h"
 
 #include <QCheckBox>
 #include <QFormLayout>

@@ -1,7 +1,7 @@
 #include "startupoptions.h"
 
 #include "core/appcontext.h"
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 
 namespace app {
 

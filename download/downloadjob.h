@@ -19,7 +19,7 @@
 // on past failures for the rest of the run: each is reported through Events::ignoredError and the
 // security is classified by what the service answered.
 
-#include "core/appcontext.h"
+#include "app/core/appcontext.h"
 #include "transferchannel.h"
 
 #include <QDate>

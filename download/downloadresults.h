@@ -2,7 +2,7 @@
 
 // How the results of a download are counted and summed up, for the results window and ticksmith-cli.
 
-#include "core/appcontext.h"
+#include "app/core/appcontext.h"
 
 #include <QList>
 #include <QString>

@@ -1,11 +1,11 @@
 #include "frmdownload.h"
 
-#include "core/appcontext.h"
-#include "core/helpers.h"
-#include "core/windowhelpers.h"
+#include "app/core/appcontext.h"
+#include "app/core/helpers.h"
+#include "app/core/windowhelpers.h"
 #include "frmdownloadprogress.h"
 #include "selection.h"
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 
 #include <QApplication>
 #include <QCheckBox>

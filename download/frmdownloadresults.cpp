@@ -1,7 +1,7 @@
 #include "frmdownloadresults.h"
 
-#include "core/appcontext.h"
-#include "core/windowhelpers.h"
+#include "app/core/appcontext.h"
+#include "app/core/windowhelpers.h"
 #include "downloadresults.h"
 
 #include <QHBoxLayout>

@@ -4,7 +4,7 @@
 // each one's download starts. The selection window and ticksmith-cli both build their download lists
 // with these functions, so a security is chosen and continued the same way from both.
 
-#include "core/appcontext.h"
+#include "app/core/appcontext.h"
 #include "store/status.h"
 
 #include <QDate>

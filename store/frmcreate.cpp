@@ -1,11 +1,11 @@
 #include "frmcreate.h"
 
+#include "app/core/appcontext.h"
+#include "app/core/helpers.h"
+#include "app/core/windowhelpers.h"
 #include "arguments.h"
-#include "core/appcontext.h"
-#include "core/helpers.h"
-#include "core/windowhelpers.h"
-#include "frmlookup.h"
 #include "metastockwriter.h"
+#include "symbols/frmlookup.h"
 
 #include <QComboBox>
 #include <QDateEdit>

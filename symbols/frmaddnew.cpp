@@ -1,7 +1,7 @@
 #include "frmaddnew.h"
 
-#include "core/appcontext.h"
-#include "core/windowhelpers.h"
+#include "app/core/appcontext.h"
+#include "app/core/windowhelpers.h"
 #include "frmlookup.h"
 #include "symbolsdb.h"
 

@@ -1,7 +1,7 @@
 #include "frmlookup.h"
 
-#include "core/appcontext.h"
-#include "core/windowhelpers.h"
+#include "app/core/appcontext.h"
+#include "app/core/windowhelpers.h"
 #include "frmaddnew.h"
 
 #include <QComboBox>

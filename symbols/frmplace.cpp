@@ -1,6 +1,6 @@
 #include "frmplace.h"
 
-#include "core/windowhelpers.h"
+#include "app/core/windowhelpers.h"
 #include "placehelper.h"
 
 #include <QComboBox>

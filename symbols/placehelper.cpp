@@ -1,6 +1,6 @@
 #include "placehelper.h"
 
-#include "core/appcontext.h"
+#include "app/core/appcontext.h"
 
 #include <QSettings>
 #include <QUrl>

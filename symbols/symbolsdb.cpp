@@ -1,6 +1,6 @@
 #include "symbolsdb.h"
 
-#include "core/appcontext.h"
+#include "app/core/appcontext.h"
 
 namespace symbols {
 

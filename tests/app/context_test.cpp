@@ -1,4 +1,4 @@
-#include "desktopcontext.h"
+#include "app/desktopcontext.h"
 #include "testcontext.h"
 
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "core/helpers.h"
+#include "app/core/helpers.h"
 
 #include "testcontext.h"
 

@@ -1,8 +1,8 @@
+#include "app/frmsettings.h"
+#include "app/frmtip.h"
 #include "download/httpchannel.h"
-#include "frmsettings.h"
-#include "frmtip.h"
-#include "placehelper.h"
-#include "symbolsdb.h"
+#include "symbols/placehelper.h"
+#include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
 #include <QCheckBox>

@@ -1,10 +1,10 @@
-#include "form2.h"
-#include "form3.h"
-#include "frmmain.h"
-#include "frmtip.h"
+#include "app/form2.h"
+#include "app/form3.h"
+#include "app/frmmain.h"
+#include "app/frmtip.h"
 #include "store/frmcreate.h"
 #include "store/metastockreader.h"
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
 #include <QAction>

@@ -1,14 +1,14 @@
 // The selection, progress and results windows, driven through their controls, from a real symbol
 // database and real folders to the local quote server.
 
-#include "core/helpers.h"
+#include "app/core/helpers.h"
+#include "app/frmmain.h"
 #include "download/frmdownload.h"
 #include "download/frmdownloadprogress.h"
 #include "download/frmdownloadresults.h"
 #include "download/selection.h"
 #include "downloadfixture.h"
-#include "frmmain.h"
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 
 #include <QCheckBox>
 #include <QDateEdit>

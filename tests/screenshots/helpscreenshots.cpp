@@ -1,13 +1,13 @@
 // Renders the windows the user manual shows into PNG files, offscreen, from a scratch program folder.
 // Usage: help-screenshots OUTPUT_FOLDER
 
+#include "app/frmmain.h"
+#include "app/frmsettings.h"
 #include "download/frmdownload.h"
-#include "frmlookup.h"
-#include "frmmain.h"
-#include "frmsettings.h"
 #include "store/frmcreate.h"
 #include "store/metastockwriter.h"
-#include "symbolsdb.h"
+#include "symbols/frmlookup.h"
+#include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
 #include <QAction>

@@ -1,7 +1,7 @@
 #include "store/frmcreate.h"
 #include "store/metastockreader.h"
 #include "storetest.h"
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
 #include <QComboBox>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/appcontext.h"
+#include "app/core/appcontext.h"
 #include "qtprinters.h"
 
 #include <QDialog>

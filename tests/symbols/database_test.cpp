@@ -1,4 +1,4 @@
-#include "catalogue.h"
+#include "symbols/catalogue.h"
 #include "symbolsfixture.h"
 
 #include <QFile>

@@ -2,7 +2,7 @@
 
 // Every test works on its own copy of the symbols.mdb the build made, placed in the test's program folder.
 
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
 #include <QDir>

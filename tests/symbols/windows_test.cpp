@@ -1,7 +1,7 @@
-#include "frmaddnew.h"
-#include "frmlookup.h"
-#include "frmplace.h"
-#include "placehelper.h"
+#include "symbols/frmaddnew.h"
+#include "symbols/frmlookup.h"
+#include "symbols/frmplace.h"
+#include "symbols/placehelper.h"
 #include "symbolsfixture.h"
 
 #include <QComboBox>
