@@ -22,8 +22,7 @@ Form2::Form2(std::function<void()> showMainWindow, QWidget* parent)
     subtitle->setAlignment(Qt::AlignCenter);
     auto* notice = new QLabel(QStringLiteral("Version " TICKSMITH_VERSION ". Free software, provided as is."), this);
     notice->setAlignment(Qt::AlignCenter);
-    P = new QProgressBar(this);
-    P->setObjectName(QStringLiteral("P"));
+    P = named(new QProgressBar(this), "P");
     P->setRange(0, 6);
     P->setValue(0);
     P->setTextVisible(false);
@@ -38,8 +37,7 @@ Form2::Form2(std::function<void()> showMainWindow, QWidget* parent)
     setStyleSheet(QStringLiteral("Form2 { border: 1px solid palette(dark); }"));
     centreOnScreen(*this);
 
-    Timer1 = new QTimer(this);
-    Timer1->setObjectName(QStringLiteral("Timer1"));
+    Timer1 = named(new QTimer(this), "Timer1");
     Timer1->setInterval(300);
     connect(Timer1, &QTimer::timeout, this, &Form2::Timer1_Timer);
     Timer1->start();

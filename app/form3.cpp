@@ -19,8 +19,7 @@ Form3::Form3(AppContext& context, QWidget* parent)
 {
     setObjectName(QStringLiteral("Form3"));
     setWindowTitle(QStringLiteral("About " TICKSMITH_PRODUCT));
-    Picture1 = new QLabel(this);
-    Picture1->setObjectName(QStringLiteral("Picture1"));
+    Picture1 = named(new QLabel(this), "Picture1");
     Picture1->setPixmap(drawLogo(64));
     Picture1->setMouseTracking(true);
     auto* title = new QLabel(QStringLiteral("<h2>" TICKSMITH_PRODUCT "</h2>"), this);
@@ -29,12 +28,10 @@ Form3::Form3(AppContext& context, QWidget* parent)
     auto* notice = new QLabel(QStringLiteral("Keeps MetaStock data folders up to date with daily quotes.\n"
                                              "Free software, provided as is, without warranty."),
                               this);
-    Label4 = new QLabel(QStringLiteral("Ticksmith user manual"), this);
-    Label4->setObjectName(QStringLiteral("Label4"));
+    Label4 = named(new QLabel(QStringLiteral("Ticksmith user manual"), this), "Label4");
     Label4->setCursor(Qt::PointingHandCursor);
     Label4->setMouseTracking(true);
-    Command1 = new QPushButton(QStringLiteral("OK"), this);
-    Command1->setObjectName(QStringLiteral("Command1"));
+    Command1 = named(new QPushButton(QStringLiteral("OK"), this), "Command1");
     Command1->setDefault(true);
 
     auto* layout = new QGridLayout(this);

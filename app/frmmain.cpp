@@ -1,6 +1,7 @@
 #include "frmmain.h"
 
 #include "core/helpers.h"
+#include "core/windowhelpers.h"
 #include "download/frmdownload.h"
 #include "form3.h"
 #include "frmsettings.h"
@@ -47,8 +48,7 @@ frmMain::frmMain(AppContext& context, QWidget* parent)
     m_context.onRecentAdded = [this](int index) { addRecentItem(index); };
     m_context.onStatusText = [this](const QString& text) { panelText->setText(text); };
 
-    Timer1 = new QTimer(this);
-    Timer1->setObjectName(QStringLiteral("Timer1"));
+    Timer1 = named(new QTimer(this), "Timer1");
     Timer1->setInterval(100);
     connect(Timer1, &QTimer::timeout, this, &frmMain::Timer1_Timer);
 

@@ -27,23 +27,19 @@ frmSettings::frmSettings(AppContext& context, QWidget* parent)
     setObjectName(QStringLiteral("frmSettings"));
     setWindowTitle(QStringLiteral("Settings"));
 
-    Check1 = new QCheckBox(QStringLiteral("Download Sunday/Saturday Quotes"), this);
-    Check1->setObjectName(QStringLiteral("Check1"));
+    Check1 = named(new QCheckBox(QStringLiteral("Download Sunday/Saturday Quotes"), this), "Check1");
     auto* threads = new QGroupBox(QStringLiteral("Threads"), this);
-    Slider1 = new QSlider(Qt::Horizontal, threads);
-    Slider1->setObjectName(QStringLiteral("Slider1"));
+    Slider1 = named(new QSlider(Qt::Horizontal, threads), "Slider1");
     Slider1->setRange(1, 5);
     Slider1->setSingleStep(1);
     Slider1->setPageStep(1);
     Slider1->setTickPosition(QSlider::TicksBelow);
-    Label1 = new QLabel(threads);
-    Label1->setObjectName(QStringLiteral("Label1"));
+    Label1 = named(new QLabel(threads), "Label1");
     Label1->setMinimumWidth(24);
     auto* threadsLayout = new QHBoxLayout(threads);
     threadsLayout->addWidget(Slider1, 1);
     threadsLayout->addWidget(Label1);
-    Check2 = new QCheckBox(QStringLiteral("Show Tip of the Day at"), this);
-    Check2->setObjectName(QStringLiteral("Check2"));
+    Check2 = named(new QCheckBox(QStringLiteral("Show Tip of the Day at"), this), "Check2");
 
     auto* service = new QGroupBox(QStringLiteral("Quote service"), this);
     auto address = [service](const char* name, const QString& example) {
@@ -61,13 +57,10 @@ frmSettings::frmSettings(AppContext& context, QWidget* parent)
     serviceLayout->addRow(QStringLiteral("Current quote:"), txtQuoteUrl);
     serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
 
-    Command1 = new QPushButton(QStringLiteral("&OK"), this);
-    Command1->setObjectName(QStringLiteral("Command1"));
+    Command1 = named(new QPushButton(QStringLiteral("&OK"), this), "Command1");
     Command1->setDefault(true);
-    Command2 = new QPushButton(QStringLiteral("Apply"), this);
-    Command2->setObjectName(QStringLiteral("Command2"));
-    Command3 = new QPushButton(QStringLiteral("Cancel"), this);
-    Command3->setObjectName(QStringLiteral("Command3"));
+    Command2 = named(new QPushButton(QStringLiteral("Apply"), this), "Command2");
+    Command3 = named(new QPushButton(QStringLiteral("Cancel"), this), "Command3");
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(Command1);

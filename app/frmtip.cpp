@@ -1,6 +1,7 @@
 #include "frmtip.h"
 
 #include "core/appcontext.h"
+#include "core/windowhelpers.h"
 
 #include <QCheckBox>
 #include <QDir>
@@ -26,17 +27,14 @@ frmTip::frmTip(AppContext& context, QWidget* parent)
     setObjectName(QStringLiteral("frmTip"));
     setWindowTitle(QStringLiteral("Tip of the Day"));
     auto* heading = new QLabel(QStringLiteral("<b>Did you know...</b>"), this);
-    lblTipText = new QLabel(QStringLiteral("Ticksmith keeps your MetaStock folders up to date."), this);
-    lblTipText->setObjectName(QStringLiteral("lblTipText"));
+    lblTipText =
+        named(new QLabel(QStringLiteral("Ticksmith keeps your MetaStock folders up to date."), this), "lblTipText");
     lblTipText->setWordWrap(true);
     lblTipText->setMinimumSize(360, 120);
     lblTipText->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    chkLoadTipsAtStartup = new QCheckBox(QStringLiteral("&Show Tips at Startup"), this);
-    chkLoadTipsAtStartup->setObjectName(QStringLiteral("chkLoadTipsAtStartup"));
-    cmdNextTip = new QPushButton(QStringLiteral("&Next Tip"), this);
-    cmdNextTip->setObjectName(QStringLiteral("cmdNextTip"));
-    cmdOK = new QPushButton(QStringLiteral("OK"), this);
-    cmdOK->setObjectName(QStringLiteral("cmdOK"));
+    chkLoadTipsAtStartup = named(new QCheckBox(QStringLiteral("&Show Tips at Startup"), this), "chkLoadTipsAtStartup");
+    cmdNextTip = named(new QPushButton(QStringLiteral("&Next Tip"), this), "cmdNextTip");
+    cmdOK = named(new QPushButton(QStringLiteral("OK"), this), "cmdOK");
     cmdOK->setDefault(true);
 
     auto* buttons = new QHBoxLayout;

@@ -43,39 +43,24 @@ bool isHeader(const QTreeWidgetItem* row)
 
 frmDownload::frmDownload(app::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Text1(new QLineEdit(this))
-    , Command1(new QPushButton(QStringLiteral("..."), this))
-    , Command2(new QPushButton(QStringLiteral("&Add"), this))
-    , Command3(new QPushButton(QStringLiteral("&Remove"), this))
-    , ListView2(new QTreeWidget(this))
-    , ListView1(new QTreeWidget(this))
-    , Label1(new QLabel(QStringLiteral("No Securities Selected."), this))
-    , Check1(new QCheckBox(QStringLiteral("Download Current Quote (If need)"), this))
-    , Check2(new QCheckBox(QStringLiteral("Data Correction From"), this))
-    , DTPicker1(new QDateEdit(this))
-    , Command4(new QPushButton(QStringLiteral("&Download"), this))
-    , Command5(new QPushButton(QStringLiteral("&Close"), this))
-    , Command6(new QPushButton(QStringLiteral("C&lear"), this))
-    , Timer1(new QTimer(this))
+    , Text1(app::named(new QLineEdit(this), "Text1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("..."), this), "Command1"))
+    , Command2(app::named(new QPushButton(QStringLiteral("&Add"), this), "Command2"))
+    , Command3(app::named(new QPushButton(QStringLiteral("&Remove"), this), "Command3"))
+    , ListView2(app::named(new QTreeWidget(this), "ListView2"))
+    , ListView1(app::named(new QTreeWidget(this), "ListView1"))
+    , Label1(app::named(new QLabel(QStringLiteral("No Securities Selected."), this), "Label1"))
+    , Check1(app::named(new QCheckBox(QStringLiteral("Download Current Quote (If need)"), this), "Check1"))
+    , Check2(app::named(new QCheckBox(QStringLiteral("Data Correction From"), this), "Check2"))
+    , DTPicker1(app::named(new QDateEdit(this), "DTPicker1"))
+    , Command4(app::named(new QPushButton(QStringLiteral("&Download"), this), "Command4"))
+    , Command5(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command5"))
+    , Command6(app::named(new QPushButton(QStringLiteral("C&lear"), this), "Command6"))
+    , Timer1(app::named(new QTimer(this), "Timer1"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmDownload"));
     setWindowTitle(QStringLiteral("Download"));
-    for (auto [object, name] : {std::pair<QObject*, const char*>{Text1, "Text1"},
-                                {Command1, "Command1"},
-                                {Command2, "Command2"},
-                                {Command3, "Command3"},
-                                {ListView2, "ListView2"},
-                                {ListView1, "ListView1"},
-                                {Label1, "Label1"},
-                                {Check1, "Check1"},
-                                {Check2, "Check2"},
-                                {DTPicker1, "DTPicker1"},
-                                {Command4, "Command4"},
-                                {Command5, "Command5"},
-                                {Command6, "Command6"},
-                                {Timer1, "Timer1"}})
-        object->setObjectName(QLatin1String(name));
 
     ListView2->setHeaderLabels({QStringLiteral("Path")});
     ListView2->setRootIsDecorated(false);

@@ -25,27 +25,18 @@ const QString StatusText = QStringLiteral("Download Progress.");
 
 frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Label1(new QLabel(this))
-    , Label3(new QLabel(this))
-    , Label7(new QLabel(QStringLiteral("0"), this))
-    , Label8(new QLabel(QStringLiteral("0"), this))
-    , Label9(new QLabel(QStringLiteral("0"), this))
-    , PB(new QProgressBar(this))
-    , PB1(new QProgressBar(this))
-    , Command1(new QPushButton(QStringLiteral("Cancel"), this))
+    , Label1(app::named(new QLabel(this), "Label1"))
+    , Label3(app::named(new QLabel(this), "Label3"))
+    , Label7(app::named(new QLabel(QStringLiteral("0"), this), "Label7"))
+    , Label8(app::named(new QLabel(QStringLiteral("0"), this), "Label8"))
+    , Label9(app::named(new QLabel(QStringLiteral("0"), this), "Label9"))
+    , PB(app::named(new QProgressBar(this), "PB"))
+    , PB1(app::named(new QProgressBar(this), "PB1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("Cancel"), this), "Command1"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmDownloadProgress"));
     setWindowTitle(QStringLiteral("Download Progress"));
-    for (auto [widget, name] : {std::pair<QWidget*, const char*>{Label1, "Label1"},
-                                {Label3, "Label3"},
-                                {Label7, "Label7"},
-                                {Label8, "Label8"},
-                                {Label9, "Label9"},
-                                {PB, "PB"},
-                                {PB1, "PB1"},
-                                {Command1, "Command1"}})
-        widget->setObjectName(QLatin1String(name));
 
     const ServiceAddresses addresses = ServiceAddresses::fromSettings(*m_context.settings);
     m_serviceConfigured =

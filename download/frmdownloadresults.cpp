@@ -16,17 +16,14 @@ namespace download {
 
 frmDownloadResults::frmDownloadResults(app::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , ListView1(new QTreeWidget(this))
-    , Label1(new QLabel(this))
-    , Command1(new QPushButton(QStringLiteral("&OK"), this))
+    , ListView1(app::named(new QTreeWidget(this), "ListView1"))
+    , Label1(app::named(new QLabel(this), "Label1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("&OK"), this), "Command1"))
     , m_context(context)
     , m_images{style()->standardIcon(QStyle::SP_DialogApplyButton), style()->standardIcon(QStyle::SP_MessageBoxWarning)}
 {
     setObjectName(QStringLiteral("frmDownloadResults"));
     setWindowTitle(QStringLiteral("Download Results"));
-    ListView1->setObjectName(QStringLiteral("ListView1"));
-    Label1->setObjectName(QStringLiteral("Label1"));
-    Command1->setObjectName(QStringLiteral("Command1"));
 
     ListView1->setHeaderLabels({QStringLiteral("Symbol"), QStringLiteral("Download Result")});
     ListView1->setRootIsDecorated(false);

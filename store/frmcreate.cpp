@@ -38,30 +38,20 @@ QString dateText(QDate date)
 
 frmCreate::frmCreate(app::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Text1(new QLineEdit(this))
-    , Command1(new QPushButton(QStringLiteral("&Browse"), this))
-    , Text2(new QLineEdit(this))
-    , Text3(new QLineEdit(this))
-    , Command2(new QPushButton(QStringLiteral("&Symbol Lookup"), this))
-    , DTPicker1(new QDateEdit(this))
-    , Combo1(new QComboBox(this))
-    , Command3(new QPushButton(QStringLiteral("Create"), this))
-    , Command4(new QPushButton(QStringLiteral("&OK"), this))
-    , Command5(new QPushButton(QStringLiteral("&Close"), this))
+    , Text1(app::named(new QLineEdit(this), "Text1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("&Browse"), this), "Command1"))
+    , Text2(app::named(new QLineEdit(this), "Text2"))
+    , Text3(app::named(new QLineEdit(this), "Text3"))
+    , Command2(app::named(new QPushButton(QStringLiteral("&Symbol Lookup"), this), "Command2"))
+    , DTPicker1(app::named(new QDateEdit(this), "DTPicker1"))
+    , Combo1(app::named(new QComboBox(this), "Combo1"))
+    , Command3(app::named(new QPushButton(QStringLiteral("Create"), this), "Command3"))
+    , Command4(app::named(new QPushButton(QStringLiteral("&OK"), this), "Command4"))
+    , Command5(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command5"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmCreate"));
     setWindowTitle(QStringLiteral("Create New Security"));
-    Text1->setObjectName(QStringLiteral("Text1"));
-    Command1->setObjectName(QStringLiteral("Command1"));
-    Text2->setObjectName(QStringLiteral("Text2"));
-    Text3->setObjectName(QStringLiteral("Text3"));
-    Command2->setObjectName(QStringLiteral("Command2"));
-    DTPicker1->setObjectName(QStringLiteral("DTPicker1"));
-    Combo1->setObjectName(QStringLiteral("Combo1"));
-    Command3->setObjectName(QStringLiteral("Command3"));
-    Command4->setObjectName(QStringLiteral("Command4"));
-    Command5->setObjectName(QStringLiteral("Command5"));
 
     // Enter creates only from the Symbol box; elsewhere it must not press whichever button Qt would
     // otherwise make the default (Browse, the first one).

@@ -17,21 +17,16 @@ namespace symbols {
 
 frmAddNew::frmAddNew(app::AppContext& context, frmLookup* lookup, QWidget* parent)
     : QDialog(parent)
-    , Text1(new QLineEdit(this))
-    , Text2(new QLineEdit(this))
-    , Combo1(new QComboBox(this))
-    , Command1(new QPushButton(QStringLiteral("&Add"), this))
-    , Command2(new QPushButton(QStringLiteral("&Close"), this))
+    , Text1(app::named(new QLineEdit(this), "Text1"))
+    , Text2(app::named(new QLineEdit(this), "Text2"))
+    , Combo1(app::named(new QComboBox(this), "Combo1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("&Add"), this), "Command1"))
+    , Command2(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command2"))
     , m_context(context)
     , m_lookup(lookup)
 {
     setObjectName(QStringLiteral("frmAddNew"));
     setWindowTitle(QStringLiteral("Add New Security"));
-    Text1->setObjectName(QStringLiteral("Text1"));
-    Text2->setObjectName(QStringLiteral("Text2"));
-    Combo1->setObjectName(QStringLiteral("Combo1"));
-    Command1->setObjectName(QStringLiteral("Command1"));
-    Command2->setObjectName(QStringLiteral("Command2"));
 
     Combo1->setEditable(true);
     Combo1->setInsertPolicy(QComboBox::NoInsert);

@@ -26,22 +26,16 @@ constexpr int kSymbolColumn = 1;
 
 frmLookup::frmLookup(app::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Combo1(new QComboBox(this))
-    , ListView1(new QTreeWidget(this))
-    , Text1(new QLineEdit(this))
-    , Command1(new QPushButton(QStringLiteral("&OK"), this))
-    , Command2(new QPushButton(QStringLiteral("&New"), this))
-    , Command3(new QPushButton(QStringLiteral("&Close"), this))
+    , Combo1(app::named(new QComboBox(this), "Combo1"))
+    , ListView1(app::named(new QTreeWidget(this), "ListView1"))
+    , Text1(app::named(new QLineEdit(this), "Text1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("&OK"), this), "Command1"))
+    , Command2(app::named(new QPushButton(QStringLiteral("&New"), this), "Command2"))
+    , Command3(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command3"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmLookup"));
     setWindowTitle(QStringLiteral("Symbol Lookup"));
-    Combo1->setObjectName(QStringLiteral("Combo1"));
-    ListView1->setObjectName(QStringLiteral("ListView1"));
-    Text1->setObjectName(QStringLiteral("Text1"));
-    Command1->setObjectName(QStringLiteral("Command1"));
-    Command2->setObjectName(QStringLiteral("Command2"));
-    Command3->setObjectName(QStringLiteral("Command3"));
 
     Combo1->setEditable(false);
     Combo1->installEventFilter(this);

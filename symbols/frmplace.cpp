@@ -19,16 +19,13 @@ constexpr qint32 kIntradayChart = 16;
 
 frmPlace::frmPlace(app::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Combo1(new QComboBox(this))
-    , Command1(new QPushButton(QStringLiteral("OK"), this))
-    , Command2(new QPushButton(QStringLiteral("Cancel"), this))
+    , Combo1(app::named(new QComboBox(this), "Combo1"))
+    , Command1(app::named(new QPushButton(QStringLiteral("OK"), this), "Command1"))
+    , Command2(app::named(new QPushButton(QStringLiteral("Cancel"), this), "Command2"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmPlace"));
     setWindowTitle(QStringLiteral("Select Market Place"));
-    Combo1->setObjectName(QStringLiteral("Combo1"));
-    Command1->setObjectName(QStringLiteral("Command1"));
-    Command2->setObjectName(QStringLiteral("Command2"));
     Combo1->addItem(QStringLiteral("India"));
 
     auto* buttons = new QHBoxLayout;

@@ -10,6 +10,14 @@ namespace app {
 
 struct AppContext;
 
+// Gives a control, where it is created, the name the code and the tests know it by.
+template<class Control>
+Control* named(Control* control, const char* name)
+{
+    control->setObjectName(QLatin1String(name));
+    return control;
+}
+
 // Dialogs open in the middle of the screen: left = (screen width - window width) / 2, top likewise.
 void centreOnScreen(QWidget& window);
 
