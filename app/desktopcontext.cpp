@@ -12,7 +12,7 @@ namespace app {
 
 namespace {
 
-class DesktopPrompter : public Prompter
+class DesktopPrompter : public context::Prompter
 {
 public:
     void information(QWidget* parent, const QString& title, const QString& text, Icon icon) override
@@ -51,7 +51,7 @@ private:
     }
 };
 
-class DesktopClipboard : public Clipboard
+class DesktopClipboard : public context::Clipboard
 {
 public:
     QString text() const override { return QGuiApplication::clipboard()->text(); }
@@ -67,9 +67,9 @@ QString programFolder()
     return home.isEmpty() ? QCoreApplication::applicationDirPath() : home;
 }
 
-std::unique_ptr<AppContext> makeDesktopContext()
+std::unique_ptr<context::AppContext> makeDesktopContext()
 {
-    auto context = std::make_unique<AppContext>();
+    auto context = std::make_unique<context::AppContext>();
     context->prompter = std::make_unique<DesktopPrompter>();
     context->clipboard = std::make_unique<DesktopClipboard>();
     context->settings = std::make_unique<QSettings>(QStringLiteral("Ticksmith"), QStringLiteral("Ticksmith"));

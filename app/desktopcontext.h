@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/appcontext.h"
+#include "context/appcontext.h"
 
 #include <memory>
 
@@ -11,6 +11,6 @@ QString programFolder();
 
 // The context of the running program: real message boxes and dialogs, the system clock, the user's
 // locale and settings (QSettings "Ticksmith"/"Ticksmith"), the desktop's browser and clipboard.
-std::unique_ptr<AppContext> makeDesktopContext();
+std::unique_ptr<context::AppContext> makeDesktopContext();
 
 } // namespace app

@@ -1,6 +1,6 @@
 #include "form2.h"
 
-#include "core/windowhelpers.h"
+#include "context/windowhelpers.h"
 #include "version.h"
 
 #include <QLabel>
@@ -22,7 +22,7 @@ Form2::Form2(std::function<void()> showMainWindow, QWidget* parent)
     subtitle->setAlignment(Qt::AlignCenter);
     auto* notice = new QLabel(QStringLiteral("Version " TICKSMITH_VERSION ". Free software, provided as is."), this);
     notice->setAlignment(Qt::AlignCenter);
-    P = named(new QProgressBar(this), "P");
+    P = context::named(new QProgressBar(this), "P");
     P->setRange(0, 6);
     P->setValue(0);
     P->setTextVisible(false);
@@ -35,9 +35,9 @@ Form2::Form2(std::function<void()> showMainWindow, QWidget* parent)
     layout->addWidget(notice);
     setFixedSize(460, 220);
     setStyleSheet(QStringLiteral("Form2 { border: 1px solid palette(dark); }"));
-    centreOnScreen(*this);
+    context::centreOnScreen(*this);
 
-    Timer1 = named(new QTimer(this), "Timer1");
+    Timer1 = context::named(new QTimer(this), "Timer1");
     Timer1->setInterval(300);
     connect(Timer1, &QTimer::timeout, this, &Form2::Timer1_Timer);
     Timer1->start();

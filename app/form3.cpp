@@ -1,7 +1,7 @@
 #include "form3.h"
 
-#include "core/appcontext.h"
-#include "core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
 #include "logo.h"
 #include "version.h"
 
@@ -13,13 +13,13 @@
 
 namespace app {
 
-Form3::Form3(AppContext& context, QWidget* parent)
+Form3::Form3(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , m_context(context)
 {
     setObjectName(QStringLiteral("Form3"));
     setWindowTitle(QStringLiteral("About " TICKSMITH_PRODUCT));
-    Picture1 = named(new QLabel(this), "Picture1");
+    Picture1 = context::named(new QLabel(this), "Picture1");
     Picture1->setPixmap(drawLogo(64));
     Picture1->setMouseTracking(true);
     auto* title = new QLabel(QStringLiteral("<h2>" TICKSMITH_PRODUCT "</h2>"), this);
@@ -28,10 +28,10 @@ Form3::Form3(AppContext& context, QWidget* parent)
     auto* notice = new QLabel(QStringLiteral("Keeps MetaStock data folders up to date with daily quotes.\n"
                                              "Free software, provided as is, without warranty."),
                               this);
-    Label4 = named(new QLabel(QStringLiteral("Ticksmith user manual"), this), "Label4");
+    Label4 = context::named(new QLabel(QStringLiteral("Ticksmith user manual"), this), "Label4");
     Label4->setCursor(Qt::PointingHandCursor);
     Label4->setMouseTracking(true);
-    Command1 = named(new QPushButton(QStringLiteral("OK"), this), "Command1");
+    Command1 = context::named(new QPushButton(QStringLiteral("OK"), this), "Command1");
     Command1->setDefault(true);
 
     auto* layout = new QGridLayout(this);
@@ -47,7 +47,7 @@ Form3::Form3(AppContext& context, QWidget* parent)
     Label4->installEventFilter(this);
     connect(Command1, &QPushButton::clicked, this, &QDialog::accept);
     adjustSize();
-    centreOnScreen(*this);
+    context::centreOnScreen(*this);
 }
 
 void Form3::setLinkColour(const QColor& colour)

@@ -5,9 +5,11 @@
 class QLabel;
 class QPushButton;
 
-namespace app {
-
+namespace context {
 struct AppContext;
+}
+
+namespace app {
 
 // The about box: product, version, and a link to the user manual that ships with the program.
 class Form3 : public QDialog
@@ -15,7 +17,7 @@ class Form3 : public QDialog
     Q_OBJECT
 
 public:
-    explicit Form3(AppContext& context, QWidget* parent = nullptr);
+    explicit Form3(context::AppContext& context, QWidget* parent = nullptr);
 
     QLabel* Picture1;
     QLabel* Label4;
@@ -27,7 +29,7 @@ protected:
 private:
     void setLinkColour(const QColor& colour);
 
-    AppContext& m_context;
+    context::AppContext& m_context;
 };
 
 } // namespace app

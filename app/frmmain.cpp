@@ -1,15 +1,15 @@
 #include "frmmain.h"
 
-#include "core/helpers.h"
-#include "core/windowhelpers.h"
-#include "download/frmdownload.h"
+#include "context/helpers.h"
+#include "context/windowhelpers.h"
+#include "download/windows/frmdownload.h"
 #include "form3.h"
 #include "frmsettings.h"
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
-#include "store/frmcreate.h"
-#include "symbols/frmlookup.h"
+#include "store/windows/frmcreate.h"
+#include "symbols/windows/frmlookup.h"
 #include "toolbaricons.h"
 #include "version.h"
 
@@ -28,7 +28,7 @@
 
 namespace app {
 
-frmMain::frmMain(AppContext& context, QWidget* parent)
+frmMain::frmMain(context::AppContext& context, QWidget* parent)
     : QMainWindow(parent)
     , m_context(context)
     , m_mdiArea(new QMdiArea(this))
@@ -48,7 +48,7 @@ frmMain::frmMain(AppContext& context, QWidget* parent)
     m_context.onRecentAdded = [this](int index) { addRecentItem(index); };
     m_context.onStatusText = [this](const QString& text) { panelText->setText(text); };
 
-    Timer1 = named(new QTimer(this), "Timer1");
+    Timer1 = context::named(new QTimer(this), "Timer1");
     Timer1->setInterval(100);
     connect(Timer1, &QTimer::timeout, this, &frmMain::Timer1_Timer);
 
@@ -304,7 +304,7 @@ void frmMain::refreshPanels()
     panelIns->setEnabled(m_insertMode);
     const QDateTime now = QDateTime::currentDateTime();
     panelTime->setText(m_context.locale.toString(now.time(), QLocale::ShortFormat));
-    panelDate->setText(m_context.locale.toString(now.date(), GetShortDatePattern(m_context.locale)));
+    panelDate->setText(m_context.locale.toString(now.date(), context::GetShortDatePattern(m_context.locale)));
 }
 
 bool frmMain::eventFilter(QObject* watched, QEvent* event)
@@ -372,7 +372,7 @@ void frmMain::mnuArrangeHori_Click()
 
 void frmMain::addRecentItem(int index)
 {
-    const RecentSecurity& entry = m_context.state.recent[index - 1];
+    const context::RecentSecurity& entry = m_context.state.recent[index - 1];
     auto* action = new QAction(QStringLiteral("&%1 %2").arg(index).arg(entry.caption), mnuFile);
     action->setObjectName(QStringLiteral("mnuRecent_%1").arg(index));
     mnuFile->insertAction(mnub5, action);
@@ -419,12 +419,12 @@ void frmMain::runOpener(QAction* item)
 
 void frmMain::GoURL(const QString& address)
 {
-    app::GoURL(m_context, address);
+    context::GoURL(m_context, address);
 }
 
 QString frmMain::ParsePath(const QString& path) const
 {
-    return app::ParsePath(path);
+    return context::ParsePath(path);
 }
 
 void frmMain::RowCopy()

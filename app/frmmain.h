@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/appcontext.h"
+#include "context/appcontext.h"
 
 #include <QMainWindow>
 
@@ -25,7 +25,7 @@ class frmMain : public QMainWindow
     Q_OBJECT
 
 public:
-    explicit frmMain(AppContext& context, QWidget* parent = nullptr);
+    explicit frmMain(context::AppContext& context, QWidget* parent = nullptr);
     ~frmMain() override;
 
     // Operations other windows call.
@@ -109,7 +109,7 @@ private:
     void refreshPanels();
     void runOpener(QAction* item);
 
-    AppContext& m_context;
+    context::AppContext& m_context;
     QMdiArea* m_mdiArea;
     QTimer* m_clock;
     std::unique_ptr<KeyboardLocks> m_locks;

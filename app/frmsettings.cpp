@@ -1,7 +1,7 @@
 #include "frmsettings.h"
 
-#include "core/appcontext.h"
-#include "core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
 #include "download/httpchannel.h"
 #include "frmtip.h"
 #include "symbols/placehelper.h"
@@ -20,26 +20,26 @@
 
 namespace app {
 
-frmSettings::frmSettings(AppContext& context, QWidget* parent)
+frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmSettings"));
     setWindowTitle(QStringLiteral("Settings"));
 
-    Check1 = named(new QCheckBox(QStringLiteral("Download Sunday/Saturday Quotes"), this), "Check1");
+    Check1 = context::named(new QCheckBox(QStringLiteral("Download Sunday/Saturday Quotes"), this), "Check1");
     auto* threads = new QGroupBox(QStringLiteral("Threads"), this);
-    Slider1 = named(new QSlider(Qt::Horizontal, threads), "Slider1");
+    Slider1 = context::named(new QSlider(Qt::Horizontal, threads), "Slider1");
     Slider1->setRange(1, 5);
     Slider1->setSingleStep(1);
     Slider1->setPageStep(1);
     Slider1->setTickPosition(QSlider::TicksBelow);
-    Label1 = named(new QLabel(threads), "Label1");
+    Label1 = context::named(new QLabel(threads), "Label1");
     Label1->setMinimumWidth(24);
     auto* threadsLayout = new QHBoxLayout(threads);
     threadsLayout->addWidget(Slider1, 1);
     threadsLayout->addWidget(Label1);
-    Check2 = named(new QCheckBox(QStringLiteral("Show Tip of the Day at"), this), "Check2");
+    Check2 = context::named(new QCheckBox(QStringLiteral("Show Tip of the Day at"), this), "Check2");
 
     auto* service = new QGroupBox(QStringLiteral("Quote service"), this);
     auto address = [service](const char* name, const QString& example) {
@@ -57,10 +57,10 @@ frmSettings::frmSettings(AppContext& context, QWidget* parent)
     serviceLayout->addRow(QStringLiteral("Current quote:"), txtQuoteUrl);
     serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
 
-    Command1 = named(new QPushButton(QStringLiteral("&OK"), this), "Command1");
+    Command1 = context::named(new QPushButton(QStringLiteral("&OK"), this), "Command1");
     Command1->setDefault(true);
-    Command2 = named(new QPushButton(QStringLiteral("Apply"), this), "Command2");
-    Command3 = named(new QPushButton(QStringLiteral("Cancel"), this), "Command3");
+    Command2 = context::named(new QPushButton(QStringLiteral("Apply"), this), "Command2");
+    Command3 = context::named(new QPushButton(QStringLiteral("Cancel"), this), "Command3");
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(Command1);
@@ -81,7 +81,7 @@ frmSettings::frmSettings(AppContext& context, QWidget* parent)
 
     Form_Load();
     adjustSize();
-    centreOnScreen(*this);
+    context::centreOnScreen(*this);
 }
 
 void frmSettings::Form_Load()
@@ -97,7 +97,7 @@ void frmSettings::Form_Load()
         Check1->setChecked(options.s1 != 0);
         Slider1->setValue(options.s2);
     } catch (const symbols::DatabaseError& error) {
-        showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
     }
 }
 
@@ -115,14 +115,14 @@ QString frmSettings::addressProblem() const
 bool frmSettings::Command2_Click()
 {
     if (const QString problem = addressProblem(); !problem.isEmpty()) {
-        m_context.prompter->information(this, QStringLiteral("Settings"), problem, Prompter::Icon::Warning);
+        m_context.prompter->information(this, QStringLiteral("Settings"), problem, context::Prompter::Icon::Warning);
         return false;
     }
     const symbols::Options options{qint16(Check1->isChecked() ? 1 : 0), qint16(Slider1->value())};
     try {
         symbols::writeOptions(m_context, options);
     } catch (const symbols::DatabaseError& error) {
-        showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
         return false;
     }
     m_context.state.s1 = options.s1;

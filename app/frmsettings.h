@@ -8,9 +8,11 @@ class QLineEdit;
 class QPushButton;
 class QSlider;
 
-namespace app {
-
+namespace context {
 struct AppContext;
+}
+
+namespace app {
 
 // "Settings": weekend downloads and the threads value (kept in the symbol database), the tip of the day
 // at start-up, and the addresses of the quote service.
@@ -19,7 +21,7 @@ class frmSettings : public QDialog
     Q_OBJECT
 
 public:
-    explicit frmSettings(AppContext& context, QWidget* parent = nullptr);
+    explicit frmSettings(context::AppContext& context, QWidget* parent = nullptr);
 
     // Saves everything, or nothing when an address is unusable or the database refuses; the user is told
     // why. True when saved.
@@ -41,7 +43,7 @@ private:
     void Form_Load();
     QString addressProblem() const;
 
-    AppContext& m_context;
+    context::AppContext& m_context;
 };
 
 } // namespace app

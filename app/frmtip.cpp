@@ -1,7 +1,7 @@
 #include "frmtip.h"
 
-#include "core/appcontext.h"
-#include "core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
 
 #include <QCheckBox>
 #include <QDir>
@@ -20,21 +20,22 @@ QString showTipsAtStartupKey()
     return QStringLiteral("Options/Show Tips at Startup");
 }
 
-frmTip::frmTip(AppContext& context, QWidget* parent)
+frmTip::frmTip(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmTip"));
     setWindowTitle(QStringLiteral("Tip of the Day"));
     auto* heading = new QLabel(QStringLiteral("<b>Did you know...</b>"), this);
-    lblTipText =
-        named(new QLabel(QStringLiteral("Ticksmith keeps your MetaStock folders up to date."), this), "lblTipText");
+    lblTipText = context::named(new QLabel(QStringLiteral("Ticksmith keeps your MetaStock folders up to date."), this),
+                                "lblTipText");
     lblTipText->setWordWrap(true);
     lblTipText->setMinimumSize(360, 120);
     lblTipText->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-    chkLoadTipsAtStartup = named(new QCheckBox(QStringLiteral("&Show Tips at Startup"), this), "chkLoadTipsAtStartup");
-    cmdNextTip = named(new QPushButton(QStringLiteral("&Next Tip"), this), "cmdNextTip");
-    cmdOK = named(new QPushButton(QStringLiteral("OK"), this), "cmdOK");
+    chkLoadTipsAtStartup =
+        context::named(new QCheckBox(QStringLiteral("&Show Tips at Startup"), this), "chkLoadTipsAtStartup");
+    cmdNextTip = context::named(new QPushButton(QStringLiteral("&Next Tip"), this), "cmdNextTip");
+    cmdOK = context::named(new QPushButton(QStringLiteral("OK"), this), "cmdOK");
     cmdOK->setDefault(true);
 
     auto* buttons = new QHBoxLayout;
@@ -54,7 +55,7 @@ frmTip::frmTip(AppContext& context, QWidget* parent)
     });
 }
 
-void frmTip::offer(AppContext& context, QWidget* parent)
+void frmTip::offer(context::AppContext& context, QWidget* parent)
 {
     frmTip window(context, parent);
     if (window.Form_Load())
@@ -67,9 +68,10 @@ bool frmTip::Form_Load()
         return false;
     chkLoadTipsAtStartup->setChecked(true);
     if (!loadTips(m_context.programFile(QStringLiteral("TIP.TXT")))) {
-        lblTipText->setText(QStringLiteral("That the TIP.TXT file was not found? \r\n\r\n"
-                                           "Create a text file named TIP.TXT using NotePad with 1 tip per line. "
-                                           "Then place it in the same directory as the application. "));
+        lblTipText->setText(
+            QStringLiteral("That the TIP.TXT file was not found? \r\n\r\n"
+                           "Create a text file named TIP.TXT using NotePad with 1 tip per line. "
+                           "Then place it in the same directory as the application. "));
     }
     return true;
 }

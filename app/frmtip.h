@@ -7,9 +7,11 @@ class QCheckBox;
 class QLabel;
 class QPushButton;
 
-namespace app {
-
+namespace context {
 struct AppContext;
+}
+
+namespace app {
 
 // Tip of the day: a random line of TIP.TXT from the program folder, offered at start-up and from the
 // Help menu unless the user has turned it off.
@@ -18,10 +20,10 @@ class frmTip : public QDialog
     Q_OBJECT
 
 public:
-    explicit frmTip(AppContext& context, QWidget* parent = nullptr);
+    explicit frmTip(context::AppContext& context, QWidget* parent = nullptr);
 
     // Shows the window modally, unless "Show Tips at Startup" is off: then nothing is shown.
-    static void offer(AppContext& context, QWidget* parent);
+    static void offer(context::AppContext& context, QWidget* parent);
 
     // Prepares the window; false when the user has turned the tips off and it should not be shown.
     bool Form_Load();
@@ -39,7 +41,7 @@ public:
 private:
     bool loadTips(const QString& path);
 
-    AppContext& m_context;
+    context::AppContext& m_context;
     QStringList m_tips;
     int m_current = 0;
 };

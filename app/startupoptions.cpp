@@ -1,11 +1,11 @@
 #include "startupoptions.h"
 
-#include "core/appcontext.h"
+#include "context/appcontext.h"
 #include "symbols/symbolsdb.h"
 
 namespace app {
 
-void loadStartupOptions(AppContext& context)
+void loadStartupOptions(context::AppContext& context)
 {
     // The program starts all the same without its database; the options then keep 0.
     try {

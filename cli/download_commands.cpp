@@ -93,7 +93,7 @@ int download(const QStringList& arguments, Io& io)
 
     // Every folder is read before anything is fetched, so a mistyped folder changes nothing.
     const QDate today = QDate::currentDate();
-    QList<app::DownloadItem> items;
+    QList<context::DownloadItem> items;
     QStringList found;
     for (const QString& folder : request->folders) {
         QList<download::ListedSecurity> securities;
@@ -131,7 +131,7 @@ int download(const QStringList& arguments, Io& io)
         io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
         io.err.flush();
     };
-    events.recorded = [&io](int, int, const app::DownloadResult& result) {
+    events.recorded = [&io](int, int, const context::DownloadResult& result) {
         io.out << result.symbol << "\t" << result.status << "\n";
         io.out.flush();
     };

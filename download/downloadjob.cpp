@@ -55,7 +55,7 @@ QString classify(qint16 historyStatus)
 
 } // namespace
 
-DownloadOptions DownloadOptions::fromState(const app::SharedState& state)
+DownloadOptions DownloadOptions::fromState(const context::SharedState& state)
 {
     return {state.downloadWeekendQuotes(),
             state.downloadCurrentQuote,
@@ -85,7 +85,7 @@ public:
     {}
 
     // Processes one security; false when a failure ends the job.
-    bool security(const app::DownloadItem& item);
+    bool security(const context::DownloadItem& item);
 
     JobOutcome outcome;
 
@@ -127,7 +127,7 @@ bool DownloadJob::Run::failed(const QString& symbol, const QString& error)
     return true;
 }
 
-bool DownloadJob::Run::security(const app::DownloadItem& item)
+bool DownloadJob::Run::security(const context::DownloadItem& item)
 {
     const QString symbol = item.symbol.trimmed();
     const QDate from = dateFromText(item.fromDate);
@@ -260,7 +260,7 @@ DownloadJob::DownloadJob(TransferChannel& channel, QLocale locale, Events events
     , m_events(std::move(events))
 {}
 
-JobOutcome DownloadJob::run(const QList<app::DownloadItem>& items, const DownloadOptions& options, QDate today)
+JobOutcome DownloadJob::run(const QList<context::DownloadItem>& items, const DownloadOptions& options, QDate today)
 {
     m_cancel = false;
     Run run(*this, options, today);

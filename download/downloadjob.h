@@ -19,7 +19,7 @@
 // on past failures for the rest of the run: each is reported through Events::ignoredError and the
 // security is classified by what the service answered.
 
-#include "app/core/appcontext.h"
+#include "context/appcontext.h"
 #include "transferchannel.h"
 
 #include <QDate>
@@ -45,7 +45,7 @@ struct DownloadOptions
     bool dataCorrection = false; // fetch again from correctionFrom and replace bars of the same date
     QDate correctionFrom;
 
-    static DownloadOptions fromState(const app::SharedState& state);
+    static DownloadOptions fromState(const context::SharedState& state);
 };
 
 // Whether a security whose first missing day is from needs no request today. Without weekend
@@ -72,7 +72,7 @@ struct JobOutcome
     };
 
     End end = End::Completed;
-    QList<app::DownloadResult> results; // one per processed security, in list order
+    QList<context::DownloadResult> results; // one per processed security, in list order
     DownloadCounters counters;
     QString stopReason; // when Stopped: the symbol and what failed
     int ignoredErrors = 0; // failures the job carried on past
@@ -94,7 +94,7 @@ public:
         // Bar done of total of its history was handed to the writer; (0, total) once all are written.
         std::function<void(int done, int total)> barWritten;
         // Its result is recorded; cancel() called from here takes effect before the next security.
-        std::function<void(int index, int total, const app::DownloadResult& result)> recorded;
+        std::function<void(int index, int total, const context::DownloadResult& result)> recorded;
         // A failure the job carried on past: the symbol and what failed.
         std::function<void(const QString& symbol, const QString& error)> ignoredError;
     };
@@ -103,7 +103,7 @@ public:
     // must outlive the job.
     DownloadJob(TransferChannel& channel, QLocale locale, Events events = {});
 
-    JobOutcome run(const QList<app::DownloadItem>& items, const DownloadOptions& options, QDate today);
+    JobOutcome run(const QList<context::DownloadItem>& items, const DownloadOptions& options, QDate today);
 
     // Asks the running job to stop after the security it is working on. May be called from an event
     // handled while the job waits for the service.

@@ -9,10 +9,10 @@ bool isNoData(const QString& status)
     return status.trimmed() == ResultNoData;
 }
 
-ResultTally tallyResults(const QList<app::DownloadResult>& results)
+ResultTally tallyResults(const QList<context::DownloadResult>& results)
 {
     ResultTally tally;
-    for (const app::DownloadResult& result : results) {
+    for (const context::DownloadResult& result : results) {
         if (isNoData(result.status))
             ++tally.noData;
         else if (result.status.trimmed() == ResultUpToDate)

@@ -2,7 +2,7 @@
 
 // How the results of a download are counted and summed up, for the results window and ticksmith-cli.
 
-#include "app/core/appcontext.h"
+#include "context/appcontext.h"
 
 #include <QList>
 #include <QString>
@@ -22,7 +22,7 @@ struct ResultTally
     int noData = 0;
 };
 
-ResultTally tallyResults(const QList<app::DownloadResult>& results);
+ResultTally tallyResults(const QList<context::DownloadResult>& results);
 
 // "Completed : 3    |    Upto Date : 1    |    No Data : 0"
 QString resultsSummary(const ResultTally& tally);

@@ -65,13 +65,16 @@ QDate startDate(QDate lastDate, QDate today)
     return lastDate.addDays(1);
 }
 
-std::optional<app::DownloadItem>
+std::optional<context::DownloadItem>
 makeDownloadItem(const QString& symbol, qint32 lastDate, const QString& folder, QDate today)
 {
     const QDate last = dateFromBarDate(lastDate);
     if (!last.isValid())
         return std::nullopt;
-    return app::DownloadItem{symbol.trimmed(), dateText(last.addDays(-35)), dateText(startDate(last, today)), folder};
+    return context::DownloadItem{symbol.trimmed(),
+                                 dateText(last.addDays(-35)),
+                                 dateText(startDate(last, today)),
+                                 folder};
 }
 
 } // namespace download

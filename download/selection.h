@@ -4,7 +4,7 @@
 // each one's download starts. The selection window and ticksmith-cli both build their download lists
 // with these functions, so a security is chosen and continued the same way from both.
 
-#include "app/core/appcontext.h"
+#include "context/appcontext.h"
 #include "store/status.h"
 
 #include <QDate>
@@ -49,7 +49,7 @@ QDate startDate(QDate lastDate, QDate today);
 
 // The download list entry of a security: the trimmed symbol, the last date less 35 days (kept, not
 // used), the start date, and the folder. Nothing when the security has no last date.
-std::optional<app::DownloadItem>
+std::optional<context::DownloadItem>
 makeDownloadItem(const QString& symbol, qint32 lastDate, const QString& folder, QDate today);
 
 } // namespace download

@@ -72,7 +72,7 @@ private:
     bool m_cancelled = false;
 };
 
-// The desktop window behind Display::Window (progresswindow_gui.cpp, the only file here that uses
+// The desktop window behind Display::Window (windows/progresswindow_gui.cpp, the only file here that uses
 // widgets). Needs a running QApplication.
 std::unique_ptr<ProgressDisplay> makeProgressDialog();
 

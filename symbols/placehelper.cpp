@@ -1,6 +1,6 @@
 #include "placehelper.h"
 
-#include "app/core/appcontext.h"
+#include "context/appcontext.h"
 
 #include <QSettings>
 #include <QUrl>
@@ -28,7 +28,7 @@ QString checkIntradayChartUrl(const QString& address)
     return {};
 }
 
-PlaceHelper::PlaceHelper(app::AppContext& context)
+PlaceHelper::PlaceHelper(context::AppContext& context)
     : m_context(context)
 {}
 

@@ -5,7 +5,7 @@
 
 #include <QString>
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -20,7 +20,7 @@ QString checkIntradayChartUrl(const QString& address);
 class PlaceHelper
 {
 public:
-    explicit PlaceHelper(app::AppContext& context);
+    explicit PlaceHelper(context::AppContext& context);
 
     // Opens the symbol's intraday chart page and returns true. Without a configured address, with an
     // address that is not an http(s) web address, or with an empty symbol, tells the user why (title
@@ -29,7 +29,7 @@ public:
     bool ShowChart(const QString& symbol, qint32 chartKind);
 
 private:
-    app::AppContext& m_context;
+    context::AppContext& m_context;
 };
 
 } // namespace symbols

@@ -1,6 +1,6 @@
 #include "symbolsdb.h"
 
-#include "app/core/appcontext.h"
+#include "context/appcontext.h"
 
 namespace symbols {
 
@@ -9,12 +9,12 @@ QString sql::lookupExchange(const QString& exchange)
     return QStringLiteral("select * from symbols  where exchange='") + exchange + QStringLiteral("' order by security");
 }
 
-QString databaseFile(const app::AppContext& context)
+QString databaseFile(const context::AppContext& context)
 {
     return context.programFile(kDatabaseFileName);
 }
 
-std::unique_ptr<Database> openDatabase(const app::AppContext& context)
+std::unique_ptr<Database> openDatabase(const context::AppContext& context)
 {
     return std::make_unique<Database>(databaseFile(context), kConnect);
 }
@@ -37,14 +37,14 @@ QStringList exchangeChanges(const std::vector<CatalogueEntry>& entries)
     return exchanges;
 }
 
-Options readOptions(const app::AppContext& context)
+Options readOptions(const context::AppContext& context)
 {
     const auto database = openDatabase(context);
     Recordset settings = database->openTable(sql::kSettingsTable);
     return {qint16(settings.field(QStringLiteral("s1")).toInt()), qint16(settings.field(QStringLiteral("s2")).toInt())};
 }
 
-void writeOptions(const app::AppContext& context, const Options& options)
+void writeOptions(const context::AppContext& context, const Options& options)
 {
     const auto database = openDatabase(context);
     Recordset settings = database->openTable(sql::kSettingsTable);
@@ -54,7 +54,7 @@ void writeOptions(const app::AppContext& context, const Options& options)
     settings.update();
 }
 
-QStringList readSys(const app::AppContext& context)
+QStringList readSys(const context::AppContext& context)
 {
     const auto database = openDatabase(context);
     Recordset sys = database->openTable(sql::kSysTable);
@@ -64,7 +64,7 @@ QStringList readSys(const app::AppContext& context)
     return entries;
 }
 
-void writeSys(const app::AppContext& context, const QStringList& entries)
+void writeSys(const context::AppContext& context, const QStringList& entries)
 {
     const auto database = openDatabase(context);
     database->execute(sql::kForgetSys);

@@ -15,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -37,10 +37,10 @@ QString lookupExchange(const QString& exchange);
 } // namespace sql
 
 // "symbols.mdb" in the context's program folder.
-QString databaseFile(const app::AppContext& context);
+QString databaseFile(const context::AppContext& context);
 
 // Opens the program's symbol database with its password. Throws DatabaseError.
-std::unique_ptr<Database> openDatabase(const app::AppContext& context);
+std::unique_ptr<Database> openDatabase(const context::AppContext& context);
 
 // One row of table "symbols", columns by position: 0 security, 1 symbol, 2 exchange (null reads as "").
 struct CatalogueEntry
@@ -67,18 +67,18 @@ struct Options
 
 // Reads s1 and s2 by name from the first row of table "settings". Throws DatabaseError, also when the
 // table has no row ("No current record.").
-Options readOptions(const app::AppContext& context);
+Options readOptions(const context::AppContext& context);
 
 // Edits the first row of "settings": sets s1 and s2 and updates. The row must exist: it is never added.
 // Throws DatabaseError.
-void writeOptions(const app::AppContext& context, const Options& options);
+void writeOptions(const context::AppContext& context, const Options& options);
 
 // The saved download folder list: column 0 of every row of table "sys", in table order. Throws
 // DatabaseError.
-QStringList readSys(const app::AppContext& context);
+QStringList readSys(const context::AppContext& context);
 
 // Rewrites the saved download folder list: "delete from sys", then one added row per entry, in order, with
 // the entry trimmed. An empty list leaves the table empty. Throws DatabaseError.
-void writeSys(const app::AppContext& context, const QStringList& entries);
+void writeSys(const context::AppContext& context, const QStringList& entries);
 
 } // namespace symbols

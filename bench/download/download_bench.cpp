@@ -70,10 +70,10 @@ bool makeFolder(const QString& folder, int count, const QList<HistoryRow>& serve
     return writer.CloseFolder().ok();
 }
 
-QList<app::DownloadItem> listFolder(const QString& folder, QDate today)
+QList<context::DownloadItem> listFolder(const QString& folder, QDate today)
 {
     QList<download::ListedSecurity> securities;
-    QList<app::DownloadItem> items;
+    QList<context::DownloadItem> items;
     if (!download::listSecurities(folder, securities).ok())
         return items;
     for (const auto& security : securities) {

@@ -17,7 +17,7 @@ TEST(TestPrompterTest, RecordsMessagesAndAnswersQuestionsFromTheScript)
 {
     TestContext context;
     auto& prompter = *context->prompter;
-    prompter.information(nullptr, "Ticksmith", "Already Exists.", app::Prompter::Icon::Information);
+    prompter.information(nullptr, "Ticksmith", "Already Exists.", context::Prompter::Icon::Information);
     context.prompter().answers = {true};
     EXPECT_TRUE(prompter.question(nullptr, "Ticksmith", "Create it?"));
     EXPECT_FALSE(prompter.question(nullptr, "Ticksmith", "Again?"));
@@ -25,7 +25,7 @@ TEST(TestPrompterTest, RecordsMessagesAndAnswersQuestionsFromTheScript)
     const auto& prompts = context.prompter().prompts;
     ASSERT_EQ(prompts.size(), 3);
     EXPECT_EQ(prompts[0].kind, Prompt::Kind::Information);
-    EXPECT_EQ(prompts[0].icon, app::Prompter::Icon::Information);
+    EXPECT_EQ(prompts[0].icon, context::Prompter::Icon::Information);
     EXPECT_EQ(prompts[1].kind, Prompt::Kind::Question);
     EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
     EXPECT_EQ(context.prompter().unscripted, 1);

@@ -1,4 +1,4 @@
-#include "app/core/helpers.h"
+#include "context/helpers.h"
 
 #include "testcontext.h"
 
@@ -20,7 +20,7 @@ class FormatBarDateTest : public ::testing::TestWithParam<DateCase>
 TEST_P(FormatBarDateTest, FollowsThePattern)
 {
     const DateCase& c = GetParam();
-    EXPECT_EQ(app::FormatBarDate(c.date, QString::fromLatin1(c.pattern), QString::fromLatin1(c.separator)),
+    EXPECT_EQ(context::FormatBarDate(c.date, QString::fromLatin1(c.pattern), QString::fromLatin1(c.separator)),
               QString::fromLatin1(c.expected));
 }
 
@@ -45,15 +45,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
 {
     const QLocale us(QLocale::English, QLocale::UnitedStates);
-    EXPECT_EQ(app::GetShortDatePattern(us), "M/d/yyyy");
-    EXPECT_EQ(app::GetDateSeparator(us), "/");
-    EXPECT_EQ(app::FormatBarDate(us, 20050115), "1/15/2005");
+    EXPECT_EQ(context::GetShortDatePattern(us), "M/d/yyyy");
+    EXPECT_EQ(context::GetDateSeparator(us), "/");
+    EXPECT_EQ(context::FormatBarDate(us, 20050115), "1/15/2005");
 
     const QLocale german(QLocale::German, QLocale::Germany);
-    EXPECT_EQ(app::GetDateSeparator(german), ".");
-    EXPECT_EQ(app::FormatBarDate(german, 20050115), "15.01.2005");
+    EXPECT_EQ(context::GetDateSeparator(german), ".");
+    EXPECT_EQ(context::FormatBarDate(german, 20050115), "15.01.2005");
 
-    EXPECT_EQ(app::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), "2005-01-15");
+    EXPECT_EQ(context::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), "2005-01-15");
 }
 
 class ParsePathTest : public ::testing::TestWithParam<std::pair<const char*, const char*>>
@@ -61,7 +61,7 @@ class ParsePathTest : public ::testing::TestWithParam<std::pair<const char*, con
 
 TEST_P(ParsePathTest, KeepsTheDirectoryWithItsSeparator)
 {
-    EXPECT_EQ(app::ParsePath(QString::fromLatin1(GetParam().first)), QString::fromLatin1(GetParam().second));
+    EXPECT_EQ(context::ParsePath(QString::fromLatin1(GetParam().first)), QString::fromLatin1(GetParam().second));
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths,
@@ -77,12 +77,12 @@ INSTANTIATE_TEST_SUITE_P(Paths,
 TEST(GoURLTest, OpensAddressesAndIgnoresEmptyText)
 {
     testing_support::TestContext context;
-    app::GoURL(context, QString());
+    context::GoURL(context, QString());
     EXPECT_TRUE(context.openedUrls.isEmpty());
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
-    app::GoURL(context, "http://127.0.0.1/help");
-    app::GoURL(context, "example.org");
+    context::GoURL(context, "http://127.0.0.1/help");
+    context::GoURL(context, "example.org");
     ASSERT_EQ(context.openedUrls.size(), 2);
     EXPECT_EQ(context.openedUrls[0], QUrl("http://127.0.0.1/help"));
     EXPECT_EQ(context.openedUrls[1].host(), "example.org");

@@ -2,8 +2,9 @@
 #include "app/form3.h"
 #include "app/frmmain.h"
 #include "app/frmtip.h"
-#include "store/frmcreate.h"
+#include "download/windows/frmdownload.h"
 #include "store/metastockreader.h"
+#include "store/windows/frmcreate.h"
 #include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
@@ -320,6 +321,21 @@ TEST(MainWindowTest, RowCopyTakesTheSelectedRowsOfADataSheetOnly)
     list->topLevelItem(2)->setSelected(true);
     window.RowCopy();
     EXPECT_EQ(context.clipboard().content, "1/3/2005,1,2,3,4,5\r\n1/5/2005,1,2,3,4,5\r\n");
+}
+
+TEST(MainWindowTest, TheToolsMenuOpensTheDownloadSelectionWithTheSavedOptions)
+{
+    TestContext context;
+    context->state.dataCorrection = true;
+    context->state.downloadCurrentQuote = true;
+    context.modalDrivers.push_back([&](QDialog& dialog) {
+        auto& selection = static_cast<download::frmDownload&>(dialog);
+        EXPECT_TRUE(selection.Check1->isChecked() && selection.Check2->isChecked());
+        return QDialog::Rejected;
+    });
+    app::frmMain main(context);
+    main.mnuDownload->trigger();
+    EXPECT_EQ(context.modalsShown, QStringList{"frmDownload"});
 }
 
 TEST(TipTest, MissingFileShowsHowToMakeOne)

@@ -1,12 +1,11 @@
 // The selection, progress and results windows, driven through their controls, from a real symbol
 // database and real folders to the local quote server.
 
-#include "app/core/helpers.h"
-#include "app/frmmain.h"
-#include "download/frmdownload.h"
-#include "download/frmdownloadprogress.h"
-#include "download/frmdownloadresults.h"
+#include "context/helpers.h"
 #include "download/selection.h"
+#include "download/windows/frmdownload.h"
+#include "download/windows/frmdownloadprogress.h"
+#include "download/windows/frmdownloadresults.h"
 #include "downloadfixture.h"
 #include "symbols/symbolsdb.h"
 
@@ -250,8 +249,8 @@ INSTANTIATE_TEST_SUITE_P(Ways,
 TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
     addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    const app::DownloadItem gone{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folder + "/missing"};
-    const app::DownloadItem ibm = *download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday);
+    const context::DownloadItem gone{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folder + "/missing"};
+    const context::DownloadItem ibm = *download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday);
     context->state.downloadList = {gone};
     runProgress();
     EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Stopped: GONE: "))) << progressLabel.toStdString();
@@ -302,20 +301,6 @@ TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
         images.append(results.ListView1->topLevelItem(i)->data(0, frmDownloadResults::ImageRole).toInt());
     EXPECT_EQ(images, (QList<int>{1, 2, 1, 1}));
     EXPECT_EQ(results.Label1->text(), QStringLiteral("Completed : 2    |    Upto Date : 1    |    No Data : 1"));
-}
-
-TEST_F(DownloadWindowsTest, TheToolsMenuOpensTheSelectionWithTheSavedOptions)
-{
-    context->state.dataCorrection = true;
-    context->state.downloadCurrentQuote = true;
-    context.modalDrivers.push_back([&](QDialog& dialog) {
-        auto& selection = static_cast<frmDownload&>(dialog);
-        EXPECT_TRUE(selection.Check1->isChecked() && selection.Check2->isChecked());
-        return QDialog::Rejected;
-    });
-    app::frmMain main(context);
-    main.mnuDownload->trigger();
-    EXPECT_EQ(context.modalsShown, QStringList{"frmDownload"});
 }
 
 } // namespace

@@ -18,14 +18,14 @@ class DownloadJobTest : public DownloadTest
 {
 protected:
     // The item the selection makes of a security of the folder.
-    app::DownloadItem item(const QString& symbol)
+    context::DownloadItem item(const QString& symbol)
     {
         const QList<store::PriceBar> bars = barsOf(folder, symbol);
         EXPECT_FALSE(bars.isEmpty()) << symbol.toStdString();
         return *download::makeDownloadItem(symbol, bars.isEmpty() ? 20240501 : bars.last().date, folder, today);
     }
 
-    JobOutcome run(const QList<app::DownloadItem>& items, const DownloadOptions& options = {})
+    JobOutcome run(const QList<context::DownloadItem>& items, const DownloadOptions& options = {})
     {
         DownloadJob job(channel, context->locale, events);
         return job.run(items, options, today);
@@ -139,7 +139,7 @@ TEST_F(DownloadJobTest, AFolderThatCannotBeOpenedStopsTheJobUntilASecurityHasBee
 {
     addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
     addServed(QStringLiteral("UP"), Friday);
-    app::DownloadItem missing = item(QStringLiteral("IBM"));
+    context::DownloadItem missing = item(QStringLiteral("IBM"));
     missing.symbol = QStringLiteral("GONE");
     missing.folder = context.makeFolder(QStringLiteral("elsewhere")) + QStringLiteral("/missing");
     server.symbol(QStringLiteral("GONE")).history = server.symbol(QStringLiteral("IBM")).history;

@@ -3,11 +3,11 @@
 
 #include "app/frmmain.h"
 #include "app/frmsettings.h"
-#include "download/frmdownload.h"
-#include "store/frmcreate.h"
+#include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
-#include "symbols/frmlookup.h"
+#include "store/windows/frmcreate.h"
 #include "symbols/symbolsdb.h"
+#include "symbols/windows/frmlookup.h"
 #include "testcontext.h"
 
 #include <QAction>

@@ -1,5 +1,5 @@
-#include "store/frmcreate.h"
 #include "store/metastockreader.h"
+#include "store/windows/frmcreate.h"
 #include "storetest.h"
 #include "symbols/symbolsdb.h"
 #include "testcontext.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/core/appcontext.h"
+#include "context/appcontext.h"
 #include "qtprinters.h"
 
 #include <QDialog>
@@ -26,12 +26,12 @@ struct Prompt
     Kind kind;
     QString title;
     QString text;
-    app::Prompter::Icon icon = app::Prompter::Icon::None;
+    context::Prompter::Icon icon = context::Prompter::Icon::None;
 };
 
 // Records every message and question and answers them from a script. A question or folder request with
 // no scripted answer is answered No / cancelled and counted in unscripted, so a test can fail on it.
-class TestPrompter : public app::Prompter
+class TestPrompter : public context::Prompter
 {
 public:
     void information(QWidget* parent, const QString& title, const QString& text, Icon icon) override;
@@ -47,7 +47,7 @@ public:
     int unscripted = 0;
 };
 
-class TestClipboard : public app::Clipboard
+class TestClipboard : public context::Clipboard
 {
 public:
     QString text() const override { return content; }
@@ -66,11 +66,11 @@ public:
 
     TestContext();
 
-    app::AppContext& context() { return m_context; }
+    context::AppContext& context() { return m_context; }
 
-    app::AppContext* operator->() { return &m_context; }
+    context::AppContext* operator->() { return &m_context; }
 
-    operator app::AppContext&() { return m_context; }
+    operator context::AppContext&() { return m_context; }
 
     TestPrompter& prompter() { return *m_prompter; }
 
@@ -93,7 +93,7 @@ public:
 
 private:
     QTemporaryDir m_root;
-    app::AppContext m_context;
+    context::AppContext m_context;
     TestPrompter* m_prompter;
     TestClipboard* m_clipboard;
     QDate m_today{2024, 6, 14};

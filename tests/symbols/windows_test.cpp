@@ -1,7 +1,7 @@
-#include "symbols/frmaddnew.h"
-#include "symbols/frmlookup.h"
-#include "symbols/frmplace.h"
 #include "symbols/placehelper.h"
+#include "symbols/windows/frmaddnew.h"
+#include "symbols/windows/frmlookup.h"
+#include "symbols/windows/frmplace.h"
 #include "symbolsfixture.h"
 
 #include <QComboBox>
@@ -122,7 +122,7 @@ TEST_F(LookupTest, AnExchangeWithAQuoteShowsTheEnginesErrorAndTheWindowGoesOn)
     choose(lookup.Combo1, "Hang Seng's");
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     const Prompt& shown = context.prompter().prompts.first();
-    EXPECT_EQ(shown.icon, app::Prompter::Icon::Critical);
+    EXPECT_EQ(shown.icon, context::Prompter::Icon::Critical);
     EXPECT_TRUE(shown.text.contains("syntax error") || shown.text.contains("unrecognized")) << shown.text.toStdString();
     EXPECT_EQ(lookup.ListView1->topLevelItemCount(), rows);
 
@@ -256,7 +256,7 @@ TEST_F(SymbolsTest, AddNewStoresTrimmedUpperCaseEntriesAndAsksForFieldsWhenAllAr
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     EXPECT_EQ(context.prompter().prompts[0].title, "Ticksmith");
     EXPECT_EQ(context.prompter().prompts[0].text, "Fill all fields.");
-    EXPECT_EQ(context.prompter().prompts[0].icon, app::Prompter::Icon::Information);
+    EXPECT_EQ(context.prompter().prompts[0].icon, context::Prompter::Icon::Information);
 
     addNew.Text1->setText("  Mahindra & Mahindra  ");
     QTest::keyClicks(addNew.Text2, " m&m.ns");

@@ -1,8 +1,8 @@
 #include "frmdownloadresults.h"
 
-#include "app/core/appcontext.h"
-#include "app/core/windowhelpers.h"
-#include "downloadresults.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
+#include "download/downloadresults.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -14,11 +14,11 @@
 
 namespace download {
 
-frmDownloadResults::frmDownloadResults(app::AppContext& context, QWidget* parent)
+frmDownloadResults::frmDownloadResults(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , ListView1(app::named(new QTreeWidget(this), "ListView1"))
-    , Label1(app::named(new QLabel(this), "Label1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("&OK"), this), "Command1"))
+    , ListView1(context::named(new QTreeWidget(this), "ListView1"))
+    , Label1(context::named(new QLabel(this), "Label1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("&OK"), this), "Command1"))
     , m_context(context)
     , m_images{style()->standardIcon(QStyle::SP_DialogApplyButton), style()->standardIcon(QStyle::SP_MessageBoxWarning)}
 {
@@ -46,14 +46,14 @@ frmDownloadResults::frmDownloadResults(app::AppContext& context, QWidget* parent
 void frmDownloadResults::Form_Load()
 {
     ListView1->clear();
-    for (const app::DownloadResult& result : m_context.state.downloadResults) {
+    for (const context::DownloadResult& result : m_context.state.downloadResults) {
         const int image = isNoData(result.status) ? 2 : 1;
         auto* row = new QTreeWidgetItem(ListView1, {result.symbol, result.status});
         row->setIcon(0, m_images[image - 1]);
         row->setData(0, ImageRole, image);
     }
     Label1->setText(resultsSummary(tallyResults(m_context.state.downloadResults)));
-    app::centreOnScreen(*this);
+    context::centreOnScreen(*this);
 }
 
 void frmDownloadResults::Command1_Click()

@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-namespace app {
+namespace context {
 
 QString BrowseForFolder(AppContext& context, QWidget* owner, const QString& title)
 {
@@ -96,4 +96,4 @@ void GoURL(AppContext& context, const QString& address)
     context.openUrl(QUrl::fromUserInput(address));
 }
 
-} // namespace app
+} // namespace context

@@ -4,7 +4,7 @@
 // keeps the database and its "select * from symbols order by exchange" recordset open while shown, and
 // on closing closes them and rebuilds the lookup window's list.
 
-#include "database.h"
+#include "symbols/database.h"
 
 #include <QDialog>
 
@@ -16,7 +16,7 @@ class QKeyEvent;
 class QLineEdit;
 class QPushButton;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -30,7 +30,7 @@ class frmAddNew : public QDialog
 
 public:
     // lookup may be null; when given, its list is rebuilt as this window closes.
-    frmAddNew(app::AppContext& context, frmLookup* lookup, QWidget* parent = nullptr);
+    frmAddNew(context::AppContext& context, frmLookup* lookup, QWidget* parent = nullptr);
     ~frmAddNew() override;
 
     void done(int result) override;
@@ -51,7 +51,7 @@ private:
     void Command1_Click();
     void Command2_Click();
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
     frmLookup* m_lookup;
     std::unique_ptr<Database> m_database;
     std::optional<Recordset> m_recordset;

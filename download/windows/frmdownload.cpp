@@ -1,10 +1,10 @@
 #include "frmdownload.h"
 
-#include "app/core/appcontext.h"
-#include "app/core/helpers.h"
-#include "app/core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/helpers.h"
+#include "context/windowhelpers.h"
+#include "download/selection.h"
 #include "frmdownloadprogress.h"
-#include "selection.h"
 #include "symbols/symbolsdb.h"
 
 #include <QApplication>
@@ -41,22 +41,22 @@ bool isHeader(const QTreeWidgetItem* row)
 
 } // namespace
 
-frmDownload::frmDownload(app::AppContext& context, QWidget* parent)
+frmDownload::frmDownload(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Text1(app::named(new QLineEdit(this), "Text1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("..."), this), "Command1"))
-    , Command2(app::named(new QPushButton(QStringLiteral("&Add"), this), "Command2"))
-    , Command3(app::named(new QPushButton(QStringLiteral("&Remove"), this), "Command3"))
-    , ListView2(app::named(new QTreeWidget(this), "ListView2"))
-    , ListView1(app::named(new QTreeWidget(this), "ListView1"))
-    , Label1(app::named(new QLabel(QStringLiteral("No Securities Selected."), this), "Label1"))
-    , Check1(app::named(new QCheckBox(QStringLiteral("Download Current Quote (If need)"), this), "Check1"))
-    , Check2(app::named(new QCheckBox(QStringLiteral("Data Correction From"), this), "Check2"))
-    , DTPicker1(app::named(new QDateEdit(this), "DTPicker1"))
-    , Command4(app::named(new QPushButton(QStringLiteral("&Download"), this), "Command4"))
-    , Command5(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command5"))
-    , Command6(app::named(new QPushButton(QStringLiteral("C&lear"), this), "Command6"))
-    , Timer1(app::named(new QTimer(this), "Timer1"))
+    , Text1(context::named(new QLineEdit(this), "Text1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("..."), this), "Command1"))
+    , Command2(context::named(new QPushButton(QStringLiteral("&Add"), this), "Command2"))
+    , Command3(context::named(new QPushButton(QStringLiteral("&Remove"), this), "Command3"))
+    , ListView2(context::named(new QTreeWidget(this), "ListView2"))
+    , ListView1(context::named(new QTreeWidget(this), "ListView1"))
+    , Label1(context::named(new QLabel(QStringLiteral("No Securities Selected."), this), "Label1"))
+    , Check1(context::named(new QCheckBox(QStringLiteral("Download Current Quote (If need)"), this), "Check1"))
+    , Check2(context::named(new QCheckBox(QStringLiteral("Data Correction From"), this), "Check2"))
+    , DTPicker1(context::named(new QDateEdit(this), "DTPicker1"))
+    , Command4(context::named(new QPushButton(QStringLiteral("&Download"), this), "Command4"))
+    , Command5(context::named(new QPushButton(QStringLiteral("&Close"), this), "Command5"))
+    , Command6(context::named(new QPushButton(QStringLiteral("C&lear"), this), "Command6"))
+    , Timer1(context::named(new QTimer(this), "Timer1"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmDownload"));
@@ -70,7 +70,7 @@ frmDownload::frmDownload(app::AppContext& context, QWidget* parent)
     ListView1->setAllColumnsShowFocus(true);
     ListView1->header()->resizeSection(0, 260);
     DTPicker1->setCalendarPopup(true);
-    DTPicker1->setDisplayFormat(app::GetShortDatePattern(m_context.locale));
+    DTPicker1->setDisplayFormat(context::GetShortDatePattern(m_context.locale));
     Command1->setToolTip(QStringLiteral("Browse For Folder"));
 
     auto* folderRow = new QHBoxLayout;
@@ -119,7 +119,7 @@ frmDownload::frmDownload(app::AppContext& context, QWidget* parent)
 
 void frmDownload::Form_Load()
 {
-    app::centreOnScreen(*this);
+    context::centreOnScreen(*this);
     m_context.setStatusText(QStringLiteral("Download Listing."));
     DTPicker1->setDate(m_context.today());
     Check2->setChecked(m_context.state.dataCorrection);
@@ -137,7 +137,7 @@ void frmDownload::Timer1_Timer()
         for (const QString& path : saved)
             addFolderRow(path);
     } catch (const symbols::DatabaseError& error) {
-        app::showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
     }
 }
 
@@ -155,7 +155,7 @@ void frmDownload::Form_Unload()
     try {
         symbols::writeSys(m_context, folders);
     } catch (const symbols::DatabaseError& error) {
-        app::showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
     }
 }
 
@@ -168,7 +168,7 @@ void frmDownload::addFolderRow(const QString& path)
 
 void frmDownload::Command1_Click()
 {
-    QString folder = app::BrowseForFolder(m_context, this, QStringLiteral("Browse For Folder"));
+    QString folder = context::BrowseForFolder(m_context, this, QStringLiteral("Browse For Folder"));
     if (folder.isEmpty())
         return;
     // A drive root comes back as "C:\"; it is listed as "C:".
@@ -187,7 +187,7 @@ void frmDownload::Command2_Click()
             m_context.prompter->information(this,
                                             QStringLiteral("Ticksmith"),
                                             QStringLiteral("Already Exists."),
-                                            app::Prompter::Icon::Information);
+                                            context::Prompter::Icon::Information);
             return;
         }
     }
@@ -248,7 +248,7 @@ void frmDownload::listFolder(const QString& folder)
     for (const ListedSecurity& security : securities) {
         auto* row = new QTreeWidgetItem(
             ListView1,
-            {security.name, security.symbol, app::FormatBarDate(m_context.locale, security.lastDate)});
+            {security.name, security.symbol, context::FormatBarDate(m_context.locale, security.lastDate)});
         row->setData(kLastDateColumn, LastDateRole, security.lastDate);
         if (canDownload(security.lastDate))
             row->setCheckState(0, tickedByDefault(security.lastDate, today) ? Qt::Checked : Qt::Unchecked);
@@ -276,7 +276,7 @@ void frmDownload::countSelected()
 
 void frmDownload::Command4_Click()
 {
-    QList<app::DownloadItem> list;
+    QList<context::DownloadItem> list;
     QString folder;
     const QDate today = m_context.today();
     for (int i = 0; i < ListView1->topLevelItemCount(); ++i) {
@@ -296,7 +296,7 @@ void frmDownload::Command4_Click()
         m_context.prompter->information(this,
                                         QStringLiteral("Ticksmith"),
                                         QStringLiteral("No Securities Selected."),
-                                        app::Prompter::Icon::Information);
+                                        context::Prompter::Icon::Information);
         return;
     }
     m_context.state.downloadList = list;

@@ -13,7 +13,7 @@
 // in list order (chosen entry i, counted from 1, is element i - 1); with nothing selected both are left
 // empty. "&Close" leaves them as they were.
 
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 
 #include <QDialog>
 
@@ -25,7 +25,7 @@ class QLineEdit;
 class QPushButton;
 class QTreeWidget;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -36,7 +36,7 @@ class frmLookup : public QDialog
     Q_OBJECT
 
 public:
-    explicit frmLookup(app::AppContext& context, QWidget* parent = nullptr);
+    explicit frmLookup(context::AppContext& context, QWidget* parent = nullptr);
 
     void setMultipleChoice(bool multiple);
 
@@ -72,7 +72,7 @@ private:
 
     void fillList(const std::vector<CatalogueEntry>& entries);
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
     bool m_multipleChoice = false;
     QString m_selectedSecurity;
     QString m_selectedSymbol;

@@ -4,7 +4,7 @@
 
 class QWidget;
 
-namespace app {
+namespace context {
 
 // Everything a window asks of the person in front of it. The program shows real message boxes and
 // file dialogs; tests record what was asked and answer from a script, so no window ever blocks.
@@ -31,4 +31,4 @@ public:
     virtual QString pickFolder(QWidget* parent, const QString& title) = 0;
 };
 
-} // namespace app
+} // namespace context

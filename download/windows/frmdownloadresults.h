@@ -10,7 +10,7 @@ class QLabel;
 class QPushButton;
 class QTreeWidget;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -24,7 +24,7 @@ public:
     // Each row carries the number of its image (1: data or up to date, 2: no data) under this role.
     static constexpr int ImageRole = Qt::UserRole;
 
-    explicit frmDownloadResults(app::AppContext& context, QWidget* parent = nullptr);
+    explicit frmDownloadResults(context::AppContext& context, QWidget* parent = nullptr);
 
     // Lists the context's download results afresh; running it twice lists them once.
     void Form_Load();
@@ -36,7 +36,7 @@ public:
 private:
     void Command1_Click();
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
     QIcon m_images[2]; // ImageList1
 };
 

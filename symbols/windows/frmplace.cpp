@@ -1,7 +1,7 @@
 #include "frmplace.h"
 
-#include "app/core/windowhelpers.h"
-#include "placehelper.h"
+#include "context/windowhelpers.h"
+#include "symbols/placehelper.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -17,11 +17,11 @@ constexpr qint32 kIntradayChart = 16;
 
 } // namespace
 
-frmPlace::frmPlace(app::AppContext& context, QWidget* parent)
+frmPlace::frmPlace(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Combo1(app::named(new QComboBox(this), "Combo1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("OK"), this), "Command1"))
-    , Command2(app::named(new QPushButton(QStringLiteral("Cancel"), this), "Command2"))
+    , Combo1(context::named(new QComboBox(this), "Combo1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("OK"), this), "Command1"))
+    , Command2(context::named(new QPushButton(QStringLiteral("Cancel"), this), "Command2"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmPlace"));
@@ -44,7 +44,7 @@ frmPlace::frmPlace(app::AppContext& context, QWidget* parent)
 
 void frmPlace::Form_Load()
 {
-    app::centreOnScreen(*this);
+    context::centreOnScreen(*this);
 }
 
 void frmPlace::Command1_Click()

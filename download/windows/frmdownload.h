@@ -21,7 +21,7 @@ class QTimer;
 class QTreeWidget;
 class QTreeWidgetItem;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -35,7 +35,7 @@ public:
     // Each security row carries its last date (yyyymmdd) under this role in the Last Date column.
     static constexpr int LastDateRole = Qt::UserRole;
 
-    explicit frmDownload(app::AppContext& context, QWidget* parent = nullptr);
+    explicit frmDownload(context::AppContext& context, QWidget* parent = nullptr);
 
     void Timer1_Timer();
 
@@ -74,7 +74,7 @@ private:
     void countSelected();
     void onItemChanged(QTreeWidgetItem* item);
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
 };
 
 } // namespace download

@@ -1,4 +1,4 @@
-#include "progresswindow.h"
+#include "store/progresswindow.h"
 
 #include <QProgressDialog>
 

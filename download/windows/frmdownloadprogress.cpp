@@ -1,9 +1,9 @@
 #include "frmdownloadprogress.h"
 
-#include "app/core/appcontext.h"
-#include "app/core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
+#include "download/httpchannel.h"
 #include "frmdownloadresults.h"
-#include "httpchannel.h"
 
 #include <QCloseEvent>
 #include <QGridLayout>
@@ -23,16 +23,16 @@ const QString StatusText = QStringLiteral("Download Progress.");
 
 } // namespace
 
-frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* parent)
+frmDownloadProgress::frmDownloadProgress(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Label1(app::named(new QLabel(this), "Label1"))
-    , Label3(app::named(new QLabel(this), "Label3"))
-    , Label7(app::named(new QLabel(QStringLiteral("0"), this), "Label7"))
-    , Label8(app::named(new QLabel(QStringLiteral("0"), this), "Label8"))
-    , Label9(app::named(new QLabel(QStringLiteral("0"), this), "Label9"))
-    , PB(app::named(new QProgressBar(this), "PB"))
-    , PB1(app::named(new QProgressBar(this), "PB1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("Cancel"), this), "Command1"))
+    , Label1(context::named(new QLabel(this), "Label1"))
+    , Label3(context::named(new QLabel(this), "Label3"))
+    , Label7(context::named(new QLabel(QStringLiteral("0"), this), "Label7"))
+    , Label8(context::named(new QLabel(QStringLiteral("0"), this), "Label8"))
+    , Label9(context::named(new QLabel(QStringLiteral("0"), this), "Label9"))
+    , PB(context::named(new QProgressBar(this), "PB"))
+    , PB1(context::named(new QProgressBar(this), "PB1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("Cancel"), this), "Command1"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmDownloadProgress"));
@@ -51,7 +51,7 @@ frmDownloadProgress::frmDownloadProgress(app::AppContext& context, QWidget* pare
         PB1->setMaximum(qMax(total, 1));
         PB1->setValue(done);
     };
-    events.recorded = [this](int index, int total, const app::DownloadResult&) { showRecorded(index, total); };
+    events.recorded = [this](int index, int total, const context::DownloadResult&) { showRecorded(index, total); };
     events.ignoredError = [this](const QString& symbol, const QString& error) {
         m_writeFailures.append(symbol + QStringLiteral(": ") + error);
     };
@@ -99,8 +99,8 @@ void frmDownloadProgress::Form_Load()
         return;
     m_started = true;
     m_context.setStatusText(StatusText);
-    app::centreOnScreen(*this);
-    const QList<app::DownloadItem> items = m_context.state.downloadList;
+    context::centreOnScreen(*this);
+    const QList<context::DownloadItem> items = m_context.state.downloadList;
     PB->setMaximum(qMax(int(items.size()), 1));
     PB->setValue(0);
     Label1->setText(QStringLiteral("Connecting..."));
@@ -124,7 +124,7 @@ void frmDownloadProgress::Form_Load()
             this,
             QStringLiteral("Ticksmith"),
             QStringLiteral("The quote service is not configured: enter its addresses in Tools, Settings."),
-            app::Prompter::Icon::Information);
+            context::Prompter::Icon::Information);
     }
     DownloadComplete();
 }

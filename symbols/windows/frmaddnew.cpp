@@ -1,9 +1,9 @@
 #include "frmaddnew.h"
 
-#include "app/core/appcontext.h"
-#include "app/core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
 #include "frmlookup.h"
-#include "symbolsdb.h"
+#include "symbols/symbolsdb.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -15,13 +15,13 @@
 
 namespace symbols {
 
-frmAddNew::frmAddNew(app::AppContext& context, frmLookup* lookup, QWidget* parent)
+frmAddNew::frmAddNew(context::AppContext& context, frmLookup* lookup, QWidget* parent)
     : QDialog(parent)
-    , Text1(app::named(new QLineEdit(this), "Text1"))
-    , Text2(app::named(new QLineEdit(this), "Text2"))
-    , Combo1(app::named(new QComboBox(this), "Combo1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("&Add"), this), "Command1"))
-    , Command2(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command2"))
+    , Text1(context::named(new QLineEdit(this), "Text1"))
+    , Text2(context::named(new QLineEdit(this), "Text2"))
+    , Combo1(context::named(new QComboBox(this), "Combo1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("&Add"), this), "Command1"))
+    , Command2(context::named(new QPushButton(QStringLiteral("&Close"), this), "Command2"))
     , m_context(context)
     , m_lookup(lookup)
 {
@@ -55,7 +55,7 @@ frmAddNew::~frmAddNew() = default;
 
 void frmAddNew::Form_Load()
 {
-    app::centreOnScreen(*this);
+    context::centreOnScreen(*this);
     try {
         m_database = openDatabase(m_context);
         m_recordset = m_database->query(sql::kAddNew);
@@ -65,7 +65,7 @@ void frmAddNew::Form_Load()
         m_recordset.reset();
         m_database.reset();
         m_openError = error.text();
-        app::showFailure(m_context, this, m_openError);
+        context::showFailure(m_context, this, m_openError);
     }
 }
 
@@ -78,7 +78,7 @@ bool frmAddNew::eventFilter(QObject* watched, QEvent* event)
 
 bool frmAddNew::Text2_KeyPress(const QKeyEvent& key)
 {
-    return app::typeUpperCase(*Text2, key);
+    return context::typeUpperCase(*Text2, key);
 }
 
 void frmAddNew::Command1_Click()
@@ -91,7 +91,7 @@ void frmAddNew::Command1_Click()
         return;
     }
     if (!m_recordset) {
-        app::showFailure(m_context, this, m_openError);
+        context::showFailure(m_context, this, m_openError);
         return;
     }
     try {
@@ -101,7 +101,7 @@ void frmAddNew::Command1_Click()
         m_recordset->setField(2, exchange);
         m_recordset->update();
     } catch (const DatabaseError& error) {
-        app::showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
         return;
     }
     Text1->clear();

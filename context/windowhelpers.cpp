@@ -8,7 +8,7 @@
 #include <QScreen>
 #include <QWidget>
 
-namespace app {
+namespace context {
 
 void centreOnScreen(QWidget& window)
 {
@@ -33,4 +33,4 @@ bool typeUpperCase(QLineEdit& box, const QKeyEvent& key)
     return true;
 }
 
-} // namespace app
+} // namespace context

@@ -6,7 +6,7 @@ class QKeyEvent;
 class QLineEdit;
 class QWidget;
 
-namespace app {
+namespace context {
 
 struct AppContext;
 
@@ -29,4 +29,4 @@ void showFailure(AppContext& context, QWidget* parent, const QString& text);
 // has been inserted here and must go no further.
 bool typeUpperCase(QLineEdit& box, const QKeyEvent& key);
 
-} // namespace app
+} // namespace context

@@ -11,7 +11,7 @@
 class QComboBox;
 class QPushButton;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -22,7 +22,7 @@ class frmPlace : public QDialog
     Q_OBJECT
 
 public:
-    explicit frmPlace(app::AppContext& context, QWidget* parent = nullptr);
+    explicit frmPlace(context::AppContext& context, QWidget* parent = nullptr);
 
     QString symbol;
 
@@ -35,7 +35,7 @@ private:
     void Command1_Click();
     void Command2_Click();
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
 };
 
 } // namespace symbols

@@ -1,11 +1,11 @@
 #include "frmcreate.h"
 
-#include "app/core/appcontext.h"
-#include "app/core/helpers.h"
-#include "app/core/windowhelpers.h"
-#include "arguments.h"
-#include "metastockwriter.h"
-#include "symbols/frmlookup.h"
+#include "context/appcontext.h"
+#include "context/helpers.h"
+#include "context/windowhelpers.h"
+#include "store/arguments.h"
+#include "store/metastockwriter.h"
+#include "symbols/windows/frmlookup.h"
 
 #include <QComboBox>
 #include <QDateEdit>
@@ -36,18 +36,18 @@ QString dateText(QDate date)
 
 } // namespace
 
-frmCreate::frmCreate(app::AppContext& context, QWidget* parent)
+frmCreate::frmCreate(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Text1(app::named(new QLineEdit(this), "Text1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("&Browse"), this), "Command1"))
-    , Text2(app::named(new QLineEdit(this), "Text2"))
-    , Text3(app::named(new QLineEdit(this), "Text3"))
-    , Command2(app::named(new QPushButton(QStringLiteral("&Symbol Lookup"), this), "Command2"))
-    , DTPicker1(app::named(new QDateEdit(this), "DTPicker1"))
-    , Combo1(app::named(new QComboBox(this), "Combo1"))
-    , Command3(app::named(new QPushButton(QStringLiteral("Create"), this), "Command3"))
-    , Command4(app::named(new QPushButton(QStringLiteral("&OK"), this), "Command4"))
-    , Command5(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command5"))
+    , Text1(context::named(new QLineEdit(this), "Text1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("&Browse"), this), "Command1"))
+    , Text2(context::named(new QLineEdit(this), "Text2"))
+    , Text3(context::named(new QLineEdit(this), "Text3"))
+    , Command2(context::named(new QPushButton(QStringLiteral("&Symbol Lookup"), this), "Command2"))
+    , DTPicker1(context::named(new QDateEdit(this), "DTPicker1"))
+    , Combo1(context::named(new QComboBox(this), "Combo1"))
+    , Command3(context::named(new QPushButton(QStringLiteral("Create"), this), "Command3"))
+    , Command4(context::named(new QPushButton(QStringLiteral("&OK"), this), "Command4"))
+    , Command5(context::named(new QPushButton(QStringLiteral("&Close"), this), "Command5"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmCreate"));
@@ -59,7 +59,7 @@ frmCreate::frmCreate(app::AppContext& context, QWidget* parent)
         button->setAutoDefault(false);
     Text3->installEventFilter(this);
     DTPicker1->setCalendarPopup(true);
-    DTPicker1->setDisplayFormat(app::GetShortDatePattern(m_context.locale));
+    DTPicker1->setDisplayFormat(context::GetShortDatePattern(m_context.locale));
     Combo1->addItems({QStringLiteral("Daily"), QStringLiteral("Weekly"), QStringLiteral("Monthly")});
 
     auto* fields = new QGridLayout;
@@ -99,7 +99,7 @@ frmCreate::~frmCreate() = default;
 
 void frmCreate::Form_Load()
 {
-    app::centreOnScreen(*this);
+    context::centreOnScreen(*this);
     DTPicker1->setDate(m_context.today());
     const QString& current = m_context.state.currentFolder;
     Text1->setText(current.isEmpty() ? m_context.programFolder : current);
@@ -125,13 +125,13 @@ bool frmCreate::Text3_KeyPress(const QKeyEvent& key)
         Command3_Click();
         return true;
     }
-    return app::typeUpperCase(*Text3, key);
+    return context::typeUpperCase(*Text3, key);
 }
 
 void frmCreate::Command1_Click()
 {
     Text1->setText(
-        app::BrowseForFolder(m_context, this, QStringLiteral("Select a directory that contains MetaStock files!")));
+        context::BrowseForFolder(m_context, this, QStringLiteral("Select a directory that contains MetaStock files!")));
 }
 
 void frmCreate::Command2_Click()

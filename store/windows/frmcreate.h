@@ -25,7 +25,7 @@ class QKeyEvent;
 class QLineEdit;
 class QPushButton;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -38,7 +38,7 @@ class frmCreate : public QDialog
     Q_OBJECT
 
 public:
-    explicit frmCreate(app::AppContext& context, QWidget* parent = nullptr);
+    explicit frmCreate(context::AppContext& context, QWidget* parent = nullptr);
     ~frmCreate() override;
 
     void done(int result) override;
@@ -69,7 +69,7 @@ private:
     bool fieldsUsable();
     void createSecurity();
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
     std::unique_ptr<MetaStockWriter> m_writer; // made at the first creation, kept while the window lives
 };
 

@@ -5,7 +5,7 @@
 
 class QWidget;
 
-namespace app {
+namespace context {
 
 struct AppContext;
 
@@ -35,4 +35,4 @@ QString ParsePath(const QString& path);
 // Opens an address in the user's browser. Empty text opens nothing and reports nothing.
 void GoURL(AppContext& context, const QString& address);
 
-} // namespace app
+} // namespace context

@@ -16,7 +16,7 @@ class QDialog;
 class QWidget;
 class QSettings;
 
-namespace app {
+namespace context {
 
 // Text put on and read from the system clipboard.
 class Clipboard
@@ -113,4 +113,4 @@ struct AppContext
     QString programFile(const QString& name) const;
 };
 
-} // namespace app
+} // namespace context

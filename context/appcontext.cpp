@@ -3,7 +3,7 @@
 #include <QDir>
 #include <QSettings>
 
-namespace app {
+namespace context {
 
 AppContext::AppContext() = default;
 
@@ -30,4 +30,4 @@ QString AppContext::programFile(const QString& name) const
     return QDir(programFolder).filePath(name);
 }
 
-} // namespace app
+} // namespace context

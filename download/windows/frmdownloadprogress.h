@@ -9,7 +9,7 @@
 // The job starts once the window is on screen (a test that drives the window calls Form_Load itself).
 // Cancel, Escape and the close button ask the job to stop after the security in hand.
 
-#include "downloadjob.h"
+#include "download/downloadjob.h"
 
 #include <QDialog>
 #include <QStringList>
@@ -20,7 +20,7 @@ class QLabel;
 class QProgressBar;
 class QPushButton;
 
-namespace app {
+namespace context {
 struct AppContext;
 }
 
@@ -33,7 +33,7 @@ class frmDownloadProgress : public QDialog
     Q_OBJECT
 
 public:
-    explicit frmDownloadProgress(app::AppContext& context, QWidget* parent = nullptr);
+    explicit frmDownloadProgress(context::AppContext& context, QWidget* parent = nullptr);
     ~frmDownloadProgress() override;
 
     // Runs the whole job, shows the results and closes the window; does nothing the second time.
@@ -64,7 +64,7 @@ private:
     void showProgress(int index, int total, const QString& symbol, const DownloadCounters& counters);
     void showRecorded(int index, int total);
 
-    app::AppContext& m_context;
+    context::AppContext& m_context;
     std::unique_ptr<HttpChannel> m_channel; // Inet1
     std::unique_ptr<DownloadJob> m_job;
     bool m_started = false;

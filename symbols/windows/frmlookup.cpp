@@ -1,7 +1,7 @@
 #include "frmlookup.h"
 
-#include "app/core/appcontext.h"
-#include "app/core/windowhelpers.h"
+#include "context/appcontext.h"
+#include "context/windowhelpers.h"
 #include "frmaddnew.h"
 
 #include <QComboBox>
@@ -24,14 +24,14 @@ constexpr int kSymbolColumn = 1;
 
 } // namespace
 
-frmLookup::frmLookup(app::AppContext& context, QWidget* parent)
+frmLookup::frmLookup(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
-    , Combo1(app::named(new QComboBox(this), "Combo1"))
-    , ListView1(app::named(new QTreeWidget(this), "ListView1"))
-    , Text1(app::named(new QLineEdit(this), "Text1"))
-    , Command1(app::named(new QPushButton(QStringLiteral("&OK"), this), "Command1"))
-    , Command2(app::named(new QPushButton(QStringLiteral("&New"), this), "Command2"))
-    , Command3(app::named(new QPushButton(QStringLiteral("&Close"), this), "Command3"))
+    , Combo1(context::named(new QComboBox(this), "Combo1"))
+    , ListView1(context::named(new QTreeWidget(this), "ListView1"))
+    , Text1(context::named(new QLineEdit(this), "Text1"))
+    , Command1(context::named(new QPushButton(QStringLiteral("&OK"), this), "Command1"))
+    , Command2(context::named(new QPushButton(QStringLiteral("&New"), this), "Command2"))
+    , Command3(context::named(new QPushButton(QStringLiteral("&Close"), this), "Command3"))
     , m_context(context)
 {
     setObjectName(QStringLiteral("frmLookup"));
@@ -91,7 +91,7 @@ void frmLookup::frmlookupload()
 
 void frmLookup::Form_Load()
 {
-    app::centreOnScreen(*this);
+    context::centreOnScreen(*this);
     {
         const QSignalBlocker blocker(Combo1);
         Combo1->clear();
@@ -116,7 +116,7 @@ void frmLookup::Form_Load()
             Combo1_Click();
         }
     } catch (const DatabaseError& error) {
-        app::showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
     }
 }
 
@@ -129,7 +129,7 @@ void frmLookup::Combo1_Click()
             database->query(exchange == QLatin1String("All") ? sql::kLookupAll : sql::lookupExchange(exchange));
         fillList(readEntries(rows));
     } catch (const DatabaseError& error) {
-        app::showFailure(m_context, this, error.text());
+        context::showFailure(m_context, this, error.text());
     }
 }
 
