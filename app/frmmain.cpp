@@ -9,6 +9,8 @@
 #include "keyboardlocks.h"
 #include "startupoptions.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmcreatemultiple.h"
+#include "store/windows/frmfinder.h"
 #include "symbols/windows/frmlookup.h"
 #include "toolbaricons.h"
 #include "version.h"
@@ -389,6 +391,14 @@ void frmMain::wireWindows()
     setOpener(mnuCreateNew, [this] {
         store::frmCreate create(m_context, this);
         m_context.runModal(create);
+    });
+    setOpener(mnuCreateMultiple, [this] {
+        store::frmCreateMultiple create(m_context, this);
+        m_context.runModal(create);
+    });
+    setOpener(mnuSecFinder, [this] {
+        store::frmFinder finder(m_context, this);
+        m_context.runModal(finder);
     });
     setOpener(mnuSymbolBrowser, [this] {
         symbols::frmLookup lookup(m_context, this);

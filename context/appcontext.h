@@ -56,6 +56,7 @@ struct DownloadResult
 struct SharedState
 {
     QString currentFolder;
+    QString finderFolder; // the folder the security finder last closed with; not saved
     QList<RecentSecurity> recent; // recent item i (from 1) is recent[i - 1]
     QString statusText; // the main window's first status-bar panel
 

@@ -114,6 +114,12 @@ bool FileSystem::isFolder(const QString& path)
     return QFileInfo(path).isDir();
 }
 
+bool FileSystem::isReadableFolder(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.isDir() && info.isReadable() && info.isExecutable();
+}
+
 bool FileSystem::exists(const QString& path)
 {
     return QFileInfo::exists(path);

@@ -33,6 +33,8 @@ public:
     virtual Status readFile(const QString& path, QByteArray& bytes);
     virtual Status makeFolder(const QString& path); // with missing parents
     virtual bool isFolder(const QString& path);
+    // A folder whose names this process may list (and whose files it may open).
+    virtual bool isReadableFolder(const QString& path);
     virtual bool exists(const QString& path);
     // Names of the plain files (or of the subfolders) of a folder, sorted.
     virtual QStringList fileNames(const QString& folder);

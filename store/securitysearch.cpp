@@ -4,8 +4,7 @@
 
 #include <QDir>
 #include <QFileInfo>
-
-#include <algorithm>
+#include <QSet>
 
 namespace store {
 
@@ -62,43 +61,72 @@ Status SecuritySearch::SetIncludeSubfolders(bool include)
 
 Status SecuritySearch::SetStatusText(const QString& text)
 {
-    Q_UNUSED(text);
+    m_statusText = text;
     return {};
 }
 
-void SecuritySearch::searchFolder(const QString& folder, const QString& pattern, std::vector<QString>& visited)
+void SecuritySearch::searchFolder(const QString& folder, const QString& pattern)
 {
-    // Links can make a folder its own subfolder; each real folder is searched once.
-    const QString real = QFileInfo(folder).canonicalFilePath();
-    if (std::find(visited.begin(), visited.end(), real) != visited.end())
+    if (m_progress)
+        m_progress(m_statusText, folder);
+    const QString shown = QDir::toNativeSeparators(folder);
+    if (!m_fs.isReadableFolder(folder)) {
+        m_problems << QStringLiteral("%1: the folder cannot be read").arg(shown);
         return;
-    visited.push_back(real);
-
+    }
     metastock::FolderIndex index;
     metastock::Problems problems;
-    if (metastock::readFolderIndex(m_fs, folder, index, problems).ok() && index.hasIndexFiles()) {
-        for (const metastock::IndexEntry* entry : index.securities()) {
-            if (matchesPattern(pattern, entry->symbol) || (m_matchNames && matchesPattern(pattern, entry->name)))
-                m_hits.push_back({entry->name,
-                                  entry->symbol,
-                                  QDir::toNativeSeparators(QDir(folder).filePath(entry->dataFileName()))});
-        }
-    }
-    if (!m_includeSubfolders)
+    if (Status s = metastock::readFolderIndex(m_fs, folder, index, problems); !s.ok()) {
+        m_problems << s.text();
         return;
-    for (const QString& name : m_fs.folderNames(folder))
-        searchFolder(QDir(folder).filePath(name), pattern, visited);
+    }
+    // A damaged index still gives the securities before the damage; they are listed, and the damage named.
+    if (Status s = metastock::damageStatus(problems); !s.ok())
+        m_problems << QStringLiteral("%1: %2").arg(shown, s.text());
+    const int folderIndex = int(m_folders.size());
+    for (const metastock::IndexEntry* entry : index.securities()) {
+        if (matchesPattern(pattern, entry->symbol) || (m_matchNames && matchesPattern(pattern, entry->name)))
+            m_hits.push_back({folderIndex, entry->name, entry->symbol, entry->dataFileName()});
+    }
+    if (m_hits.empty() || m_hits.back().folder != folderIndex)
+        return;
+    m_folders << shown;
+}
+
+void SecuritySearch::searchTree(const QString& root, const QString& pattern)
+{
+    // Depth first without recursion, so that a deep tree cannot exhaust the stack: subfolders go on the
+    // stack in reverse name order and so come off it in name order. Links can make a folder its own
+    // subfolder; each real folder is searched once.
+    QSet<QString> visited;
+    QStringList pending{root};
+    while (!pending.isEmpty()) {
+        const QString folder = pending.takeLast();
+        const QString real = QFileInfo(folder).canonicalFilePath();
+        if (real.isEmpty() || visited.contains(real))
+            continue;
+        visited.insert(real);
+        searchFolder(folder, pattern);
+        if (!m_includeSubfolders)
+            continue;
+        const QStringList names = m_fs.folderNames(folder);
+        for (auto name = names.rbegin(); name != names.rend(); ++name)
+            pending << QDir(folder).filePath(*name);
+    }
 }
 
 Status SecuritySearch::Start(const QString& pattern, const QString& folder)
 {
     m_hits.clear();
+    m_folders.clear();
+    m_problems.clear();
     m_current = 0;
     if (!m_fs.isFolder(folder))
         return Status::error(ErrorCode::NotFound,
                              QStringLiteral("The folder %1 does not exist").arg(QDir::toNativeSeparators(folder)));
-    std::vector<QString> visited;
-    searchFolder(folder, pattern.isEmpty() ? QStringLiteral("*") : pattern, visited);
+    searchTree(folder, pattern.isEmpty() ? QStringLiteral("*") : pattern);
+    if (m_progress)
+        m_progress(QString(), QString());
     return {};
 }
 
@@ -140,6 +168,14 @@ Status SecuritySearch::GetSymbol(QString& symbol) const
     if (Status s = requireHit(); !s.ok())
         return s;
     symbol = m_hits[m_current].symbol;
+    return {};
+}
+
+Status SecuritySearch::GetFolder(QString& folder) const
+{
+    if (Status s = requireHit(); !s.ok())
+        return s;
+    folder = m_folders[m_hits[m_current].folder];
     return {};
 }
 

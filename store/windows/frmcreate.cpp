@@ -3,13 +3,12 @@
 #include "context/appcontext.h"
 #include "context/helpers.h"
 #include "context/windowhelpers.h"
-#include "store/arguments.h"
+#include "newsecurity.h"
 #include "store/metastockwriter.h"
 #include "symbols/windows/frmlookup.h"
 
 #include <QComboBox>
 #include <QDateEdit>
-#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -19,22 +18,6 @@
 #include <QVBoxLayout>
 
 namespace store {
-
-namespace {
-
-const QString kTitle = QStringLiteral("Ticksmith");
-
-// A failing step of a creation does not stop it: the next step runs as if this one had succeeded, and
-// nothing is shown. Every status of the sequence passes through here, so that this is a visible choice.
-void carryOn(const Status&) {}
-
-// A date as the eight digits yyyymmdd, the form the writer takes for a first date.
-QString dateText(QDate date)
-{
-    return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');
-}
-
-} // namespace
 
 frmCreate::frmCreate(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
@@ -169,19 +152,12 @@ void frmCreate::Command5_Click()
 bool frmCreate::fieldsUsable()
 {
     if (Text1->text().trimmed().isEmpty() || Text2->text().trimmed().isEmpty() || Text3->text().trimmed().isEmpty()) {
-        m_context.prompter->information(this, kTitle, QStringLiteral("All Fields Are Neccessary."));
+        m_context.prompter->information(this, kCreateTitle, QStringLiteral("All Fields Are Neccessary."));
         return false;
     }
-    // The writer refuses the same text; asking first means no folder is created for a security that
-    // could never be written to it.
-    QString normalized;
-    for (const Status& status : {normalizeSymbol(Text3->text(), normalized),
-                                 normalizeName(Text2->text(), normalized),
-                                 checkDate(dateText(DTPicker1->date()).toInt())}) {
-        if (!status.ok()) {
-            m_context.prompter->information(this, kTitle, status.text() + u'.');
-            return false;
-        }
+    if (Status status = checkNewSecurity(Text3->text(), Text2->text(), DTPicker1->date()); !status.ok()) {
+        m_context.prompter->information(this, kCreateTitle, status.text() + u'.');
+        return false;
     }
     return true;
 }
@@ -197,22 +173,15 @@ void frmCreate::createSecurity()
     if (!m_writer)
         m_writer = std::make_unique<MetaStockWriter>();
     MetaStockWriter& writer = *m_writer;
-    if (!QFileInfo(folder).isDir()) {
-        if (!m_context.prompter->question(this, kTitle, QStringLiteral("Directory Not Found.\nDo You Want Create It?")))
-            return;
-        carryOn(writer.CreateFolder(folder));
-    }
+    if (!folderReady(m_context, this, writer, folder))
+        return;
     carryOn(writer.OpenFolder(folder));
     bool exists = false;
     carryOn(writer.SecurityExists(symbol, exists));
     if (exists) {
-        m_context.prompter->information(this, kTitle, QStringLiteral("Already Exists."));
+        m_context.prompter->information(this, kCreateTitle, QStringLiteral("Already Exists."));
     } else {
-        carryOn(writer.CreateSecurity(symbol, name, Combo1->currentIndex() + 1));
-        // One bar added and taken away again leaves the first date recorded and no bars.
-        const QString firstDate = dateText(DTPicker1->date());
-        carryOn(writer.AddBar(firstDate.toInt(), 0, 0, 0, 0, 0, 0, 0));
-        carryOn(writer.DeleteBar(firstDate));
+        createEmptySecurity(writer, symbol, name, Combo1->currentIndex() + 1, DTPicker1->date());
         m_context.addRecent({name, folder, folder + u'\\' + name});
         carryOn(writer.CloseSecurity());
     }

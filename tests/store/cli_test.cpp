@@ -77,4 +77,39 @@ TEST(Cli, BarsMatchTheReferenceFormat)
     EXPECT_EQ(cli({"bars", sample + QStringLiteral("/folder"), "NONE"}).status, 2);
 }
 
+// Hits as tab-separated folder, file, symbol and name; 1 when nothing matches, 2 for bad arguments.
+TEST(Cli, FindListsHitsWithTheirFolders)
+{
+    QTemporaryDir dir;
+    const QString sub = dir.filePath(QStringLiteral("asx"));
+    ASSERT_EQ(cli({"create", dir.path(), "BHP", "BHP Group", "2024-01-02"}).status, 0);
+    ASSERT_EQ(cli({"create", sub, "BHX.AX", "Broken Hill Mining", "2024-01-02"}).status, 0);
+
+    const CliRun top = cli({"find", "bh*", dir.path()});
+    EXPECT_EQ(top.status, 0);
+    EXPECT_EQ(top.out, (dir.path() + "\tF1.DAT\tBHP\tBHP Group\n").toUtf8());
+    const CliRun all = cli({"find", "*MINING*", dir.path(), "--subfolders"});
+    EXPECT_EQ(all.status, 0);
+    EXPECT_EQ(all.out, (sub + "\tF1.DAT\tBHX.AX\tBroken Hill Mining\n").toUtf8());
+    EXPECT_TRUE(all.err.isEmpty());
+
+    const CliRun none = cli({"find", "*.L", dir.path(), "--subfolders"});
+    EXPECT_EQ(none.status, 1);
+    EXPECT_TRUE(none.out.isEmpty());
+    for (const QStringList& bad : {QStringList{"find", "*"},
+                                   QStringList{"find", "*", dir.path(), "--deep"},
+                                   QStringList{"find", "*", dir.filePath(QStringLiteral("missing"))}}) {
+        const CliRun run = cli(bad);
+        EXPECT_EQ(run.status, 2) << qPrintable(bad.join(u' '));
+        EXPECT_FALSE(run.err.isEmpty());
+    }
+
+    // A damaged folder is named on standard error; the hits elsewhere still count.
+    store_test::writeFile(sub + QStringLiteral("/MASTER"), "damaged");
+    const CliRun damaged = cli({"find", "*", dir.path(), "--subfolders"});
+    EXPECT_EQ(damaged.status, 0);
+    EXPECT_EQ(damaged.out, (dir.path() + "\tF1.DAT\tBHP\tBHP Group\n").toUtf8());
+    EXPECT_TRUE(damaged.err.contains("MASTER")) << damaged.err.constData();
+}
+
 } // namespace

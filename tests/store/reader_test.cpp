@@ -223,28 +223,35 @@ protected:
         ASSERT_TRUE(QDir().mkpath(m_dir.filePath("other")));
     }
 
-    // The finder's loop: the first hit without asking, then NextHit until it fails.
+    // The finder's loop: the first hit without asking, then NextHit until it fails. Each hit as its
+    // symbol and its data file's path below the test folder.
     QStringList search(const QString& pattern, bool subfolders, bool matchNames = true)
     {
-        SecuritySearch search;
-        EXPECT_OK(search.SetOption(matchNames));
-        EXPECT_OK(search.SetIncludeSubfolders(subfolders));
-        EXPECT_OK(search.SetStatusText("Finding....."));
-        EXPECT_OK(search.Start(pattern, m_dir.path()));
+        search_.setProgress([this](const QString& text, const QString& folder) {
+            progress << (folder.isEmpty() ? text : text + u' ' + QDir(m_dir.path()).relativeFilePath(folder));
+        });
+        EXPECT_OK(search_.SetOption(matchNames));
+        EXPECT_OK(search_.SetIncludeSubfolders(subfolders));
+        EXPECT_OK(search_.SetStatusText("Finding....."));
+        EXPECT_OK(search_.Start(pattern, m_dir.path()));
         QStringList hits;
         store::Status status;
         do {
-            QString name, symbol, file;
-            if (!search.GetName(name).ok() || !search.GetSymbol(symbol).ok() || !search.GetFileName(file).ok())
+            QString name, symbol, file, folder;
+            if (!search_.GetName(name).ok() || !search_.GetSymbol(symbol).ok() || !search_.GetFileName(file).ok()
+                || !search_.GetFolder(folder).ok())
                 break;
-            hits << symbol + u' ' + QDir(m_dir.path()).relativeFilePath(QDir::fromNativeSeparators(file));
-            status = search.NextHit();
+            EXPECT_FALSE(file.contains(u'/')) << qPrintable(file);
+            hits << symbol + u' ' + QDir(m_dir.path()).relativeFilePath(QDir(folder).filePath(file));
+            status = search_.NextHit();
         } while (status.ok());
-        EXPECT_FAILS_WITH(search.NextHit(), ErrorCode::NoMoreData);
+        EXPECT_FAILS_WITH(search_.NextHit(), ErrorCode::NoMoreData);
         return hits;
     }
 
     QTemporaryDir m_dir;
+    SecuritySearch search_;
+    QStringList progress;
 };
 
 TEST_F(SearchTest, FindsBySymbolOrName)
@@ -255,6 +262,53 @@ TEST_F(SearchTest, FindsBySymbolOrName)
     EXPECT_EQ(search("*YET", false, false), QStringList());
     EXPECT_EQ(search(QString(), true).size(), 3);
     EXPECT_EQ(search("XYZ", true), QStringList());
+    EXPECT_TRUE(search_.problems().isEmpty());
+}
+
+TEST_F(SearchTest, ReportsTheStatusTextFolderByFolderAndTheEnd)
+{
+    search("*", true);
+    EXPECT_EQ(progress,
+              (QStringList{"Finding..... .", "Finding..... other", "Finding..... sub", "Finding..... sub/inner", ""}));
+}
+
+// A folder the process may not list (the test runs with any rights, so the file system says so).
+class UnreadableFolder : public store_test::NoSyncFileSystem
+{
+public:
+    explicit UnreadableFolder(QString name)
+        : m_name(std::move(name))
+    {}
+
+    bool isReadableFolder(const QString& path) override
+    {
+        return !path.endsWith(m_name) && store::FileSystem::isReadableFolder(path);
+    }
+
+private:
+    QString m_name;
+};
+
+// A link back up the tree, a folder without read permission and a damaged index: each is searched at
+// most once or named, and the hits elsewhere are all listed.
+TEST_F(SearchTest, LinkLoopsUnreadableAndDamagedFoldersNeitherHangNorStopTheSearch)
+{
+    ASSERT_TRUE(QFile::link(m_dir.path(), m_dir.filePath("sub/inner/loop")));
+    ASSERT_TRUE(QDir().mkpath(m_dir.filePath("broken")));
+    store_test::writeFile(m_dir.filePath("broken/MASTER"), "not an index");
+
+    UnreadableFolder fs("other");
+    SecuritySearch search(fs);
+    ASSERT_OK(search.SetIncludeSubfolders(true));
+    ASSERT_OK(search.Start("*", m_dir.path()));
+    QStringList symbols;
+    QString symbol;
+    for (store::Status s; s.ok() && search.GetSymbol(symbol).ok(); s = search.NextHit())
+        symbols << symbol;
+    EXPECT_EQ(symbols, (QStringList{"ABC", "EMPTY", "ABD"}));
+    ASSERT_EQ(search.problems().size(), 2) << qPrintable(search.problems().join(u'\n'));
+    EXPECT_TRUE(search.problems()[0].contains("broken")) << qPrintable(search.problems()[0]);
+    EXPECT_TRUE(search.problems()[1].endsWith("other: the folder cannot be read")) << qPrintable(search.problems()[1]);
 }
 
 TEST_F(SearchTest, MissingFolderFails)

@@ -1,0 +1,52 @@
+#include "newsecurity.h"
+
+#include "context/appcontext.h"
+#include "store/arguments.h"
+#include "store/metastockwriter.h"
+
+#include <QFileInfo>
+
+namespace store {
+
+QString firstDateText(QDate date)
+{
+    return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');
+}
+
+Status checkNewSecurity(const QString& symbol, const QString& name, QDate firstDate)
+{
+    QString normalized;
+    for (const Status& status : {normalizeSymbol(symbol, normalized),
+                                 normalizeName(name, normalized),
+                                 checkDate(firstDateText(firstDate).toInt())}) {
+        if (!status.ok())
+            return status;
+    }
+    return {};
+}
+
+bool folderReady(context::AppContext& context, QWidget* parent, MetaStockWriter& writer, const QString& folder)
+{
+    if (QFileInfo(folder).isDir())
+        return true;
+    if (!context.prompter->question(parent,
+                                    kCreateTitle,
+                                    QStringLiteral("Directory Not Found.\nDo You Want Create It?")))
+        return false;
+    carryOn(writer.CreateFolder(folder));
+    return true;
+}
+
+void createEmptySecurity(MetaStockWriter& writer,
+                         const QString& symbol,
+                         const QString& name,
+                         qint32 periodicity,
+                         QDate firstDate)
+{
+    carryOn(writer.CreateSecurity(symbol, name, periodicity));
+    const QString date = firstDateText(firstDate);
+    carryOn(writer.AddBar(date.toInt(), 0, 0, 0, 0, 0, 0, 0));
+    carryOn(writer.DeleteBar(date));
+}
+
+} // namespace store

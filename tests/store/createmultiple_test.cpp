@@ -1,0 +1,183 @@
+#include "store/windows/frmcreatemultiple.h"
+#include "storetest.h"
+#include "symbols/symbolsdb.h"
+#include "symbols/windows/frmlookup.h"
+#include "testcontext.h"
+
+#include <QDateEdit>
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using store::frmCreateMultiple;
+using store_test::securitiesOf;
+using testing_support::Prompt;
+
+class CreateMultipleTest : public ::testing::Test
+{
+protected:
+    // The lookup's last multiple choice, as the window finds it when it opens.
+    void choose(const QList<std::pair<QString, QString>>& entries)
+    {
+        context->state.lookupNames.clear();
+        context->state.lookupSymbols.clear();
+        for (const auto& [name, symbol] : entries) {
+            context->state.lookupNames << name;
+            context->state.lookupSymbols << symbol;
+        }
+    }
+
+    QStringList rows(const frmCreateMultiple& window) const
+    {
+        QStringList texts;
+        for (int i = 0; i < window.ListView1->topLevelItemCount(); ++i)
+            texts << window.ListView1->topLevelItem(i)->text(0) + u'|' + window.ListView1->topLevelItem(i)->text(1);
+        return texts;
+    }
+
+    QStringList symbolsIn(const QString& dataFolder) const
+    {
+        QStringList symbols;
+        for (const auto& security : securitiesOf(dataFolder))
+            symbols << security.symbol;
+        return symbols;
+    }
+
+    testing_support::TestContext context;
+    QString folder = context.makeFolder("data");
+};
+
+// A symbol the folder has, or one row it cannot hold, is named and passed over; the others are created,
+// daily, with the chosen first date, and the run always ends with its message.
+TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
+{
+    choose({{"Alpha", "AAA"},
+            {"Alpha again", "AAA"},
+            {"A name of forty-six characters, one too many!!", "LONG"},
+            {" Beta Corp ", " BBB "}});
+    frmCreateMultiple window(context);
+    EXPECT_EQ(rows(window).size(), 4);
+    window.Text1->setText(folder);
+    window.DTPicker1->setDate(QDate(2004, 3, 5));
+    window.Command3->click();
+
+    const auto securities = securitiesOf(folder);
+    ASSERT_EQ(securities.size(), 2u);
+    EXPECT_EQ(securities[1].symbol, "BBB");
+    EXPECT_EQ(securities[1].name, "Beta Corp");
+    for (const auto& security : securities) {
+        EXPECT_EQ(security.periodicity, store::Daily);
+        EXPECT_EQ(security.firstDate, 20040305);
+    }
+    EXPECT_EQ(context.prompter().messages(),
+              (QStringList{"Security AAA Already Exists.",
+                           "The name \"A name of forty-six characters, one too many!!\" is longer than 45 characters.",
+                           "Securities are created."}));
+    EXPECT_EQ(context.prompter().prompts.back().title, "The Ticksmith");
+    EXPECT_EQ(rows(window).size(), 4);
+
+    // The list stays: a second run only reports what exists now.
+    context.prompter().prompts.clear();
+    window.Command3->click();
+    EXPECT_EQ(context.prompter().messages().count("Securities are created."), 1);
+    EXPECT_EQ(context.prompter().messages().size(), 5);
+}
+
+// 300 in one go pass the 255 of MASTER into XMASTER; the folder checks clean.
+TEST_F(CreateMultipleTest, ThreeHundredSecuritiesFillMasterAndGoOnInXmaster)
+{
+    QList<std::pair<QString, QString>> entries;
+    for (int i = 1; i <= 300; ++i)
+        entries.append({QStringLiteral("Security number %1").arg(i), QStringLiteral("S%1").arg(i)});
+    choose(entries);
+    const QString missing = folder + "/new";
+    frmCreateMultiple window(context);
+    window.Text1->setText(missing);
+    context.prompter().answers = {true};
+    window.Command3->click();
+
+    const auto securities = securitiesOf(missing);
+    ASSERT_EQ(securities.size(), 300u);
+    EXPECT_EQ(securities[254].fileName, "F255.DAT");
+    EXPECT_EQ(securities[299].fileName, "F300.MWD");
+    EXPECT_EQ(securities[299].name, "Security number 300");
+    EXPECT_EQ(store_test::problemsOf(missing), QString());
+    EXPECT_EQ(context.prompter().messages(), QStringList{"Securities are created."});
+}
+
+TEST_F(CreateMultipleTest, NoFolderOrARefusedOneWritesNothing)
+{
+    choose({{"Alpha", "AAA"}});
+    frmCreateMultiple window(context);
+    EXPECT_EQ(window.Text1->text(), context.programFolder());
+    window.Text1->setText(" ");
+    window.Command3->click();
+    const QString missing = folder + "/new";
+    window.Text1->setText(missing);
+    context.prompter().answers = {false};
+    window.Command3->click();
+
+    EXPECT_FALSE(QFileInfo::exists(missing));
+    ASSERT_EQ(context.prompter().prompts.size(), 2);
+    EXPECT_EQ(context.prompter().prompts[0].text, "Please give the Folder.");
+    EXPECT_EQ(context.prompter().prompts[1].text, "Directory Not Found.\nDo You Want Create It?");
+    EXPECT_EQ(context.prompter().prompts[1].kind, Prompt::Kind::Question);
+}
+
+TEST_F(CreateMultipleTest, AnEmptyListStillEndsWithItsMessage)
+{
+    context->state.currentFolder = folder;
+    frmCreateMultiple window(context);
+    EXPECT_EQ(window.Text1->text(), folder);
+    window.Command3->click();
+    EXPECT_EQ(context.prompter().messages(), QStringList{"Securities are created."});
+    EXPECT_TRUE(securitiesOf(folder).empty());
+}
+
+TEST_F(CreateMultipleTest, BrowseEndsTheFolderWithASeparator)
+{
+    frmCreateMultiple window(context);
+    context.prompter().folders = {folder, folder + "/", QString()};
+    for (const QString& expected : {folder + "/", folder + "/", QString()}) {
+        window.Command1->click();
+        EXPECT_EQ(window.Text1->text(), expected);
+    }
+    EXPECT_EQ(context.prompter().prompts[0].title, "Browse For Folder");
+}
+
+// The lookup opens for several entries; a name the list has already is not added again, also when the
+// lookup is closed without a new choice.
+TEST_F(CreateMultipleTest, SymbolLookupAddsOnlyNamesNotListedYet)
+{
+    ASSERT_TRUE(context.installProgramFile(symbols::kDatabaseFileName));
+    QStringList chosen;
+    auto chooseFirstTwo = [&](QDialog& dialog) {
+        EXPECT_TRUE(dynamic_cast<symbols::frmLookup&>(dialog).multipleChoice());
+        auto* list = dialog.findChild<QTreeWidget*>("ListView1");
+        chosen.clear();
+        for (int i = 0; i < 2; ++i) {
+            list->topLevelItem(i)->setSelected(true);
+            chosen << list->topLevelItem(i)->text(0).trimmed() + u'|' + list->topLevelItem(i)->text(1).trimmed();
+        }
+        dialog.findChild<QPushButton*>("Command1")->click();
+        return dialog.result();
+    };
+    context.modalDrivers = {chooseFirstTwo, chooseFirstTwo, [](QDialog& dialog) {
+                                dialog.findChild<QPushButton*>("Command3")->click();
+                                return dialog.result();
+                            }};
+    choose({{"Opened with", "OPEN"}});
+    frmCreateMultiple window(context);
+    for (int i = 0; i < 3; ++i)
+        window.Command2->click();
+    ASSERT_EQ(chosen.size(), 2);
+    EXPECT_EQ(rows(window), QStringList{"Opened with|OPEN"} + chosen);
+    EXPECT_EQ(context.modalsShown, QStringList({"frmLookup", "frmLookup", "frmLookup"}));
+}
+
+} // namespace

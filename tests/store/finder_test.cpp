@@ -1,0 +1,144 @@
+#include "store/metastock/indexfiles.h"
+#include "store/metastockwriter.h"
+#include "store/windows/frmfinder.h"
+#include "storetest.h"
+#include "testcontext.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using store::frmFinder;
+
+class FinderTest : public ::testing::Test
+{
+protected:
+    // The data folder holds BHP and RIO, its subfolder "asx" BHX "Broken Hill Mining".
+    void SetUp() override
+    {
+        for (const auto& [folder, securities] : {std::pair{data, QStringList{"BHP", "BHP Group", "RIO", "Rio Tinto"}},
+                                                 std::pair{data + "/asx", QStringList{"BHX", "Broken Hill Mining"}}}) {
+            store::MetaStockWriter writer;
+            ASSERT_OK(writer.CreateFolder(folder));
+            ASSERT_OK(writer.OpenFolder(folder));
+            for (qsizetype i = 0; i < securities.size(); i += 2)
+                ASSERT_OK(writer.CreateSecurity(securities[i], securities[i + 1], store::Daily));
+            ASSERT_OK(writer.CloseFolder());
+        }
+        context->onStatusText = [this](const QString& text) { statusTexts << text; };
+    }
+
+    // Every row as its three columns and the folder its tool tip names.
+    QStringList rows() const
+    {
+        QStringList texts;
+        for (int i = 0; i < window.ListView1->topLevelItemCount(); ++i) {
+            const QTreeWidgetItem* row = window.ListView1->topLevelItem(i);
+            texts << QStringList{row->text(0), row->text(1), row->text(2), QDir(data).relativeFilePath(row->toolTip(0))}
+                         .join(u'|');
+        }
+        return texts;
+    }
+
+    testing_support::TestContext context;
+    QString data = context.makeFolder("data");
+    frmFinder window{context};
+    QStringList statusTexts;
+};
+
+// Typed letters show as capitals and Enter searches; the status bar says "Finding....." meanwhile.
+TEST_F(FinderTest, EnterInThePatternBoxSearchesInCapitals)
+{
+    window.Text2->setText(" " + data + " ");
+    QTest::keyClicks(window.Text1, "bh*");
+    EXPECT_EQ(window.Text1->text(), "BH*");
+    QTest::keyClick(window.Text1, Qt::Key_Return);
+    EXPECT_EQ(rows(), (QStringList{"BHP Group|BHP|F1.DAT|."}));
+    EXPECT_EQ(statusTexts, (QStringList{"Finding.....", ""}));
+
+    window.Check1->setChecked(true);
+    window.Command1->click();
+    EXPECT_EQ(rows(), (QStringList{"BHP Group|BHP|F1.DAT|.", "Broken Hill Mining|BHX|F1.DAT|asx"}));
+    window.Text1->setText("*mining*");
+    window.Command1->click();
+    EXPECT_EQ(rows(), (QStringList{"Broken Hill Mining|BHX|F1.DAT|asx"}));
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+}
+
+// No hit, or a folder that is not there: the list is emptied and nothing is said.
+TEST_F(FinderTest, SearchesWithoutHitsEndQuietly)
+{
+    window.Text2->setText(data);
+    window.Command1->click();
+    ASSERT_EQ(rows().size(), 2);
+    for (const QString& folder : {data, data + "/missing"}) {
+        window.Text1->setText("NONE");
+        window.Text2->setText(folder);
+        window.Command1->click();
+        EXPECT_TRUE(rows().isEmpty());
+    }
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+}
+
+TEST_F(FinderTest, AnEmptyFolderIsAskedFor)
+{
+    window.show();
+    window.Text2->setText("  ");
+    window.Text1->setFocus();
+    window.Command1->click();
+    ASSERT_EQ(context.prompter().prompts.size(), 1);
+    EXPECT_EQ(context.prompter().prompts[0].title, "Ticksmith");
+    EXPECT_EQ(context.prompter().prompts[0].text, "Search Folder Not Provide.");
+    EXPECT_EQ(QApplication::focusWidget(), window.Text2);
+    EXPECT_TRUE(statusTexts.isEmpty());
+}
+
+// The folder lives until the program ends: a closing window with a folder typed in hands it to the
+// next one; one closed with an empty box keeps the folder remembered before.
+TEST_F(FinderTest, TheFolderIsRememberedForTheNextWindow)
+{
+    EXPECT_TRUE(window.Text2->text().isEmpty());
+    window.Text2->setText(" " + data + " ");
+    window.Command2->click();
+    frmFinder second(context);
+    EXPECT_EQ(second.Text2->text(), data);
+    second.Text2->clear();
+    second.reject();
+    EXPECT_EQ(frmFinder(context).Text2->text(), data);
+}
+
+TEST_F(FinderTest, BrowseTakesTheTrimmedChoice)
+{
+    context.prompter().folders = {" " + data + " "};
+    window.Command3->click();
+    EXPECT_EQ(window.Text2->text(), data);
+    EXPECT_EQ(context.prompter().prompts[0].title, "Browse Folder");
+}
+
+// The search loop counts its further hits in 16 bits: the list ends with the first row and 32,767 more.
+TEST_F(FinderTest, TheListEndsAt32768Rows)
+{
+    std::vector<store::metastock::IndexEntry> entries(32770);
+    for (size_t i = 0; i < entries.size(); ++i) {
+        entries[i].fileNumber = store::metastock::firstXmasterFileNumber + int(i);
+        entries[i].symbol = QStringLiteral("S%1").arg(i);
+        entries[i].name = QStringLiteral("Security %1").arg(i);
+        entries[i].kind = store::metastock::IndexKind::Xmaster;
+        entries[i].changed = true;
+    }
+    const QString many = context.makeFolder("many");
+    store_test::writeFile(many + "/XMASTER",
+                          store::metastock::encodeXmaster({}, entries, entries.back().fileNumber + 1));
+    window.Text2->setText(many);
+    window.Command1->click();
+    ASSERT_EQ(window.ListView1->topLevelItemCount(), 32768);
+    EXPECT_EQ(window.ListView1->topLevelItem(32767)->text(1), "S32767");
+}
+
+} // namespace
