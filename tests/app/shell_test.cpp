@@ -158,6 +158,16 @@ TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
     EXPECT_EQ(context->state.currentFolder, folder);
 }
 
+TEST(MainWindowTest, CreateMultipleAndFinderOpenFromMenuAndToolbar)
+{
+    TestContext context;
+    app::frmMain window(context);
+    window.mnuCreateMultiple->trigger();
+    window.mnuSecFinder->trigger();
+    window.Toolbar1_ButtonClick(5);
+    EXPECT_EQ(context.modalsShown, QStringList({"frmCreateMultiple", "frmFinder", "frmFinder"}));
+}
+
 TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
 {
     TestContext context;

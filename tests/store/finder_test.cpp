@@ -88,14 +88,13 @@ TEST_F(FinderTest, SearchesWithoutHitsEndQuietly)
 
 TEST_F(FinderTest, AnEmptyFolderIsAskedFor)
 {
-    window.show();
     window.Text2->setText("  ");
     window.Text1->setFocus();
     window.Command1->click();
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     EXPECT_EQ(context.prompter().prompts[0].title, "Ticksmith");
     EXPECT_EQ(context.prompter().prompts[0].text, "Search Folder Not Provide.");
-    EXPECT_EQ(QApplication::focusWidget(), window.Text2);
+    EXPECT_EQ(window.focusWidget(), window.Text2);
     EXPECT_TRUE(statusTexts.isEmpty());
 }
 
