@@ -57,13 +57,15 @@ frmFinder::frmFinder(context::AppContext& context, QWidget* parent)
     ListView1->header()->resizeSection(0, 280);
     ListView1->header()->resizeSection(1, 110);
 
+    auto* pattern = new QHBoxLayout;
+    pattern->addWidget(Text1, 1);
+    pattern->addWidget(new QLabel(QStringLiteral("( * wild card accepted )"), this));
     auto* fields = new QGridLayout;
     fields->addWidget(new QLabel(QStringLiteral("Symbol/Security"), this), 0, 0);
-    fields->addWidget(Text1, 0, 1);
-    fields->addWidget(new QLabel(QStringLiteral("( * wild card accepted )"), this), 0, 2, 1, 2);
+    fields->addLayout(pattern, 0, 1, 1, 2);
     fields->addWidget(new QLabel(QStringLiteral("Directory"), this), 1, 0);
-    fields->addWidget(Text2, 1, 1, 1, 2);
-    fields->addWidget(Command3, 1, 3);
+    fields->addWidget(Text2, 1, 1);
+    fields->addWidget(Command3, 1, 2);
     fields->addWidget(Check1, 2, 1);
     fields->setColumnStretch(1, 1);
     auto* frame = new QGroupBox(QStringLiteral("Search Result"), this);

@@ -6,16 +6,20 @@
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmcreatemultiple.h"
+#include "store/windows/frmfinder.h"
 #include "symbols/symbolsdb.h"
 #include "symbols/windows/frmlookup.h"
 #include "testcontext.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
+#include <QPushButton>
 #include <QTreeWidget>
 #include <QWidget>
 
@@ -70,6 +74,41 @@ bool saveDownload(testing_support::TestContext& context, const QString& output)
     return saved;
 }
 
+// The finder after a search of two folders for "B*".
+bool saveFinder(testing_support::TestContext& context, const QString& output)
+{
+    const QString data = QDir::temp().filePath(QStringLiteral("quotes"));
+    QDir(data).removeRecursively();
+
+    const struct
+    {
+        const char* folder;
+        const char* symbol;
+        const char* name;
+    } securities[] = {{"asx", "BHP.AX", "BHP Group"},
+                      {"asx", "BSL.AX", "BlueScope Steel"},
+                      {"asx", "RIO.AX", "Rio Tinto"},
+                      {"lse", "BARC.L", "Barclays"},
+                      {"lse", "BP.L", "BP"}};
+
+    for (const auto& security : securities) {
+        const QString folder = QDir(data).filePath(QLatin1String(security.folder));
+        store::MetaStockWriter writer;
+        (void)writer.CreateFolder(folder);
+        (void)writer.OpenFolder(folder);
+        (void)writer.CreateSecurity(QLatin1String(security.symbol), QLatin1String(security.name), 1);
+        (void)writer.CloseFolder();
+    }
+    store::frmFinder window(context);
+    window.Text1->setText(QStringLiteral("B*"));
+    window.Text2->setText(data);
+    window.Check1->setChecked(true);
+    window.Command1->click();
+    const bool saved = save(window, output, "finder");
+    QDir(data).removeRecursively();
+    return saved;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -105,5 +144,12 @@ int main(int argc, char** argv)
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
     ok = saveDownload(context, folder) && ok;
+    ok = saveFinder(context, folder) && ok;
+    context->state.lookupNames = {QStringLiteral("BHP Group"),
+                                  QStringLiteral("Fortescue"),
+                                  QStringLiteral("Rio Tinto")};
+    context->state.lookupSymbols = {QStringLiteral("BHP.AX"), QStringLiteral("FMG.AX"), QStringLiteral("RIO.AX")};
+    store::frmCreateMultiple multiple(context);
+    ok = save(multiple, folder, "create-multiple") && ok;
     return ok ? 0 : 1;
 }
