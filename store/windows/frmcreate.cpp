@@ -84,8 +84,7 @@ void frmCreate::Form_Load()
 {
     context::centreOnScreen(*this);
     DTPicker1->setDate(m_context.today());
-    const QString& current = m_context.state.currentFolder;
-    Text1->setText(current.isEmpty() ? m_context.programFolder : current);
+    Text1->setText(startingFolder(m_context));
     Combo1->setCurrentIndex(0);
 }
 

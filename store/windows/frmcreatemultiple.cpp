@@ -87,8 +87,7 @@ void frmCreateMultiple::Form_Load()
 {
     context::centreOnScreen(*this);
     DTPicker1->setDate(m_context.today());
-    const QString& current = m_context.state.currentFolder;
-    Text1->setText(current.isEmpty() ? m_context.programFolder : current);
+    Text1->setText(startingFolder(m_context));
     // The rows of one choice are not checked against each other: the lookup lists each entry once.
     ListView1->clear();
     const auto& state = m_context.state;

@@ -8,6 +8,12 @@
 
 namespace store {
 
+QString startingFolder(const context::AppContext& context)
+{
+    const QString& current = context.state.currentFolder;
+    return current.isEmpty() ? context.programFolder : current;
+}
+
 QString firstDateText(QDate date)
 {
     return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');

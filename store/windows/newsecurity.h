@@ -25,6 +25,10 @@ inline const QString kCreateTitle = QStringLiteral("Ticksmith");
 // nothing is shown. Every status of the sequence passes through here, so that this is a visible choice.
 inline void carryOn(const Status&) {}
 
+// The folder a creating window starts with: the shared current folder, or the program folder while there
+// is none.
+QString startingFolder(const context::AppContext& context);
+
 // A date as the eight digits yyyymmdd, the form the writer takes for a first date.
 QString firstDateText(QDate date);
 
