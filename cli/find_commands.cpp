@@ -30,7 +30,7 @@ store::SecuritySearch::Progress terminalProgress(Io& io)
         if (text.isEmpty()) {
             io.err << "\r\033[K";
         } else {
-            io.err << '\r' << text << ' ' << ++folders << " folders";
+            io.err << '\r' << text << " folders searched: " << ++folders;
         }
         io.err.flush();
     };

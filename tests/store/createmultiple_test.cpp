@@ -41,14 +41,6 @@ protected:
         return texts;
     }
 
-    QStringList symbolsIn(const QString& dataFolder) const
-    {
-        QStringList symbols;
-        for (const auto& security : securitiesOf(dataFolder))
-            symbols << security.symbol;
-        return symbols;
-    }
-
     testing_support::TestContext context;
     QString folder = context.makeFolder("data");
 };
@@ -115,35 +107,29 @@ TEST_F(CreateMultipleTest, ThreeHundredSecuritiesFillMasterAndGoOnInXmaster)
     EXPECT_EQ(context.prompter().messages(), QStringList{"Securities are created."});
 }
 
+// Nothing is written without a folder, or when the user does not want it created; an empty list in a
+// folder still ends with the run's message.
 TEST_F(CreateMultipleTest, NoFolderOrARefusedOneWritesNothing)
 {
-    choose({{"Alpha", "AAA"}});
     frmCreateMultiple window(context);
     EXPECT_EQ(window.Text1->text(), context.programFolder());
-    window.Text1->setText(" ");
-    window.Command3->click();
     const QString missing = folder + "/new";
-    window.Text1->setText(missing);
     context.prompter().answers = {false};
-    window.Command3->click();
+    for (const QString& text : {QStringLiteral(" "), missing, folder}) {
+        window.Text1->setText(text);
+        window.Command3->click();
+    }
 
     EXPECT_FALSE(QFileInfo::exists(missing));
-    ASSERT_EQ(context.prompter().prompts.size(), 2);
+    EXPECT_TRUE(securitiesOf(folder).empty());
+    ASSERT_EQ(context.prompter().prompts.size(), 3);
     EXPECT_EQ(context.prompter().prompts[0].text, "Please give the Folder.");
     EXPECT_EQ(context.prompter().prompts[1].text, "Directory Not Found.\nDo You Want Create It?");
     EXPECT_EQ(context.prompter().prompts[1].kind, Prompt::Kind::Question);
+    EXPECT_EQ(context.prompter().prompts[2].text, "Securities are created.");
 }
 
-TEST_F(CreateMultipleTest, AnEmptyListStillEndsWithItsMessage)
-{
-    context->state.currentFolder = folder;
-    frmCreateMultiple window(context);
-    EXPECT_EQ(window.Text1->text(), folder);
-    window.Command3->click();
-    EXPECT_EQ(context.prompter().messages(), QStringList{"Securities are created."});
-    EXPECT_TRUE(securitiesOf(folder).empty());
-}
-
+// The chosen folder gets a separator at its end; a cancelled choice leaves the box empty, not "/".
 TEST_F(CreateMultipleTest, BrowseEndsTheFolderWithASeparator)
 {
     frmCreateMultiple window(context);
