@@ -22,59 +22,6 @@ int toPixels(double twips)
     return int(std::lround(twips / kTwipsPerPixel));
 }
 
-// Paints chart shapes into an image, at whole logical pixels as the screen shows them. The image's
-// device pixel ratio takes them on to device pixels.
-class ImageCanvas : public ChartCanvas
-{
-public:
-    ImageCanvas(QImage& image, const QFont& font)
-        : m_painter(&image)
-        , m_ascent(QFontMetrics(font, &image).ascent())
-    {
-        m_painter.setFont(font);
-        m_pen.setCapStyle(Qt::FlatCap); // a line ends before its last pixel, so a grid line leaves the axis whole
-        m_painter.setPen(m_pen);
-    }
-
-    void line(QPointF from, QPointF to, QRgb colour) override
-    {
-        usePen(colour);
-        m_painter.drawLine(pixel(from), pixel(to));
-    }
-
-    void box(QPointF corner, QPointF opposite, bool filled) override
-    {
-        const QRect rect = QRect(pixel(corner), pixel(opposite)).normalized();
-        if (filled) {
-            m_painter.fillRect(rect.adjusted(0, 0, 1, 1), QColor(kForeground));
-        } else {
-            usePen(kForeground);
-            m_painter.drawRect(rect);
-        }
-    }
-
-    void text(QPointF at, const QString& text) override
-    {
-        usePen(kForeground);
-        m_painter.drawText(pixel(at) + QPoint(0, m_ascent), text);
-    }
-
-private:
-    static QPoint pixel(QPointF twips) { return {toPixels(twips.x()), toPixels(twips.y())}; }
-
-    void usePen(QRgb colour)
-    {
-        if (m_pen.color().rgb() == colour)
-            return;
-        m_pen.setColor(QColor(colour));
-        m_painter.setPen(m_pen);
-    }
-
-    QPainter m_painter;
-    QPen m_pen{QColor(kForeground), 1};
-    int m_ascent;
-};
-
 } // namespace
 
 void ChartPicture::setPicture(QImage picture)
@@ -150,24 +97,12 @@ ChartStyle frmChart::selectedStyle() const
 
 void frmChart::DrawChartSecurity()
 {
-    const qreal ratio = devicePixelRatioF();
-    QImage image(picChart->size() * ratio, QImage::Format_RGB32);
-    if (image.isNull()) {
-        picChart->setPicture({});
-        return;
-    }
-    image.setDevicePixelRatio(ratio);
-    image.fill(QColor(kBackground));
-    {
-        ImageCanvas canvas(image, picChart->font());
-        drawChart(m_bars,
-                  selectedStyle(),
-                  float(picChart->width() * kTwipsPerPixel),
-                  float(picChart->height() * kTwipsPerPixel),
-                  context::GetDateSeparator(m_context.locale),
-                  canvas);
-    }
-    picChart->setPicture(std::move(image));
+    picChart->setPicture(paintChart(m_bars,
+                                    selectedStyle(),
+                                    picChart->size(),
+                                    devicePixelRatioF(),
+                                    picChart->font(),
+                                    context::GetDateSeparator(m_context.locale)));
 }
 
 void frmChart::resizeEvent(QResizeEvent* event)

@@ -13,7 +13,7 @@
 // The chart is computed in twips (chart/chartgeometry.h) and painted at 15 twips per pixel, times the
 // screen's device pixel ratio, into an image that is kept and shown until the next change.
 
-#include "chart/chartgeometry.h"
+#include "chartimage.h"
 
 #include <QImage>
 #include <QWidget>
@@ -84,8 +84,5 @@ private:
     context::AppContext& m_context;
     std::vector<ChartBar> m_bars; // empty unless every bar was read: a failed or cancelled read draws nothing
 };
-
-// Twips (1/1440 inch) per logical pixel of the screen, 96 dpi.
-constexpr double kTwipsPerPixel = 15.0;
 
 } // namespace chart

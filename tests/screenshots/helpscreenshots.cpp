@@ -3,6 +3,7 @@
 
 #include "app/frmmain.h"
 #include "app/frmsettings.h"
+#include "chart/windows/frmchart.h"
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
@@ -16,9 +17,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
+#include <QRadioButton>
 #include <QTreeWidget>
 #include <QWidget>
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -70,6 +73,45 @@ bool saveDownload(testing_support::TestContext& context, const QString& output)
     return saved;
 }
 
+// A chart of half a year of a security in each of the three styles.
+bool saveCharts(testing_support::TestContext& context, const QString& output)
+{
+    const QString data = QDir::temp().filePath(QStringLiteral("quotes/chart"));
+    QDir(data).removeRecursively();
+    QDir().mkpath(data);
+    store::MetaStockWriter writer;
+    (void)writer.OpenFolder(data);
+    (void)writer.CreateSecurity(QStringLiteral("BHP.AX"), QStringLiteral("BHP Group"), 1);
+    double close = 44.0;
+    QDate day(2024, 1, 2);
+    for (int i = 0; i < 120; day = day.addDays(1)) {
+        if (day.dayOfWeek() > 5)
+            continue;
+        // A plain wave with a little noise: it rises, falls back and rises again.
+        const double open = close;
+        close = open + 0.9 * std::sin(i / 9.0) + 0.35 * std::sin(i * 2.7);
+        const double high = std::max(open, close) + 0.2 + 0.15 * std::abs(std::sin(i * 1.3));
+        const double low = std::min(open, close) - 0.2 - 0.15 * std::abs(std::cos(i * 1.7));
+        (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(), 0, open, high, low, close, 1e6, 0);
+        ++i;
+    }
+    (void)writer.CloseFolder();
+
+    chart::frmChart window(context, data, QStringLiteral("BHP.AX"));
+    window.setWindowTitle(QStringLiteral("Chart of BHP Group"));
+    window.resize(760, 420);
+    bool ok = true;
+    const std::pair<QRadioButton*, const char*> styles[] = {{window.Option1, "chart-line"},
+                                                            {window.Option2, "chart-bar"},
+                                                            {window.Option3, "chart-candle"}};
+    for (const auto& [option, name] : styles) {
+        option->click();
+        ok = save(window, output, name) && ok;
+    }
+    QDir(data).removeRecursively();
+    return ok;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -105,5 +147,6 @@ int main(int argc, char** argv)
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
     ok = saveDownload(context, folder) && ok;
+    ok = saveCharts(context, folder) && ok;
     return ok ? 0 : 1;
 }
