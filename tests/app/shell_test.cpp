@@ -154,7 +154,7 @@ TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
     EXPECT_EQ(count, 2);
     const auto items = window.recentItems();
     ASSERT_EQ(items.size(), 2);
-    EXPECT_EQ(items[1]->text(), QStringLiteral("&2 %1\\VOD plc").arg(folder));
+    EXPECT_EQ(items[1]->text(), QStringLiteral("%1\\VOD plc").arg(folder));
     EXPECT_EQ(context->state.currentFolder, folder);
 }
 
@@ -162,15 +162,15 @@ TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
 {
     TestContext context;
     app::frmMain window(context);
-    context->addRecent({"IBM", "/data", "IBM"});
-    context->addRecent({"IBM", "/data", "IBM"});
-    context->addRecent({"Vodafone", "/uk", "/uk\\Vodafone"});
+    context->addRecent(" IBM ", "/data", context::RecentCaption::Numbered);
+    context->addRecent("IBM", "/data", context::RecentCaption::Numbered);
+    context->addRecent("Vodafone", "/uk ", context::RecentCaption::FolderAndName);
 
     const auto items = window.recentItems();
     ASSERT_EQ(items.size(), 3);
     EXPECT_EQ(items[0]->text(), "&1 IBM");
     EXPECT_EQ(items[1]->text(), "&2 IBM");
-    EXPECT_EQ(items[2]->text(), "&3 /uk\\Vodafone");
+    EXPECT_EQ(items[2]->text(), "/uk\\Vodafone");
     EXPECT_TRUE(window.mnub5->isVisible());
     // They stand between the template and the separator before Exit.
     const auto actions = window.mnuFile->actions();

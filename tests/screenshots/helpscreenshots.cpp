@@ -87,7 +87,7 @@ int main(int argc, char** argv)
     testing_support::TestContext context;
     app::frmMain main(context);
     main.resize(900, 560);
-    context->addRecent({QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), QStringLiteral("BHP Group")});
+    context->addRecent(QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), context::RecentCaption::Numbered);
     main.panelText->setText(QStringLiteral("Ready."));
     bool ok = save(main, folder, "main");
 
