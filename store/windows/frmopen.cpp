@@ -123,7 +123,7 @@ void frmOpen::fillList()
         m_reader = std::make_unique<MetaStockReader>();
     MetaStockReader& reader = *m_reader;
     // A folder that cannot be listed leaves the list as it was.
-    if (!reader.OpenFolder(Text1->text()).ok())
+    if (!reader.OpenFolder(Text1->text().trimmed()).ok())
         return;
     ListView1->clear();
     const QIcon picture = style()->standardIcon(QStyle::SP_FileIcon);
