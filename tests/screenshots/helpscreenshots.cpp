@@ -7,6 +7,8 @@
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmopen.h"
+#include "store/windows/frmview.h"
 #include "symbols/symbolsdb.h"
 #include "symbols/windows/frmlookup.h"
 #include "testcontext.h"
@@ -73,6 +75,51 @@ bool saveDownload(testing_support::TestContext& context, const QString& output)
     return saved;
 }
 
+// Open Security over a folder of three securities, and the data sheet of one of them with a year of bars.
+bool saveOpenAndDataSheet(testing_support::TestContext& context, const QString& output)
+{
+    const QString data = QDir::temp().filePath(QStringLiteral("quotes/nyse"));
+    QDir(data).removeRecursively();
+    QDir().mkpath(data);
+    store::MetaStockWriter writer;
+    (void)writer.OpenFolder(data);
+    const char* const securities[][2] = {{"IBM", "Intl Business Machines"},
+                                         {"KO", "Coca-Cola"},
+                                         {"GE", "General Electric"}};
+    for (const auto& [symbol, name] : securities) {
+        (void)writer.CreateSecurity(QLatin1String(symbol), QLatin1String(name), 1);
+        double price = 80;
+        for (QDate day(2023, 6, 1); day <= QDate(2024, 6, 14); day = day.addDays(1)) {
+            if (day.dayOfWeek() > 5)
+                continue;
+            price *= 1.0 + ((day.dayOfYear() * 7) % 11 - 5) / 1000.0;
+            (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(),
+                                0,
+                                price,
+                                price * 1.01,
+                                price * 0.99,
+                                price * 1.002,
+                                3000000 + day.dayOfYear() * 1000,
+                                0);
+        }
+    }
+    (void)writer.CloseFolder();
+
+    context->state.currentFolder = data;
+    store::frmOpen open(context);
+    open.resize(620, 360);
+    open.ListView1->setCurrentItem(open.ListView1->topLevelItem(0));
+    open.Text2->setText(open.ListView1->topLevelItem(0)->text(0));
+    bool ok = save(open, output, "open-security");
+
+    store::frmView sheet(context, data, QStringLiteral("Intl Business Machines"), QStringLiteral("IBM"));
+    sheet.setWindowTitle(QStringLiteral("DataSheet of Intl Business Machines"));
+    sheet.resize(640, 480);
+    ok = save(sheet, output, "data-sheet") && ok;
+    QDir(data).removeRecursively();
+    return ok;
+}
+
 // A chart of half a year of a security in each of the three styles.
 bool saveCharts(testing_support::TestContext& context, const QString& output)
 {
@@ -129,7 +176,7 @@ int main(int argc, char** argv)
     testing_support::TestContext context;
     app::frmMain main(context);
     main.resize(900, 560);
-    context->addRecent({QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), QStringLiteral("BHP Group")});
+    context->addRecent(QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), context::RecentCaption::Numbered);
     main.panelText->setText(QStringLiteral("Ready."));
     bool ok = save(main, folder, "main");
 
@@ -147,6 +194,7 @@ int main(int argc, char** argv)
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
     ok = saveDownload(context, folder) && ok;
+    ok = saveOpenAndDataSheet(context, folder) && ok;
     ok = saveCharts(context, folder) && ok;
     return ok ? 0 : 1;
 }
