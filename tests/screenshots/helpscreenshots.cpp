@@ -25,6 +25,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <random>
 
 namespace {
 
@@ -129,16 +130,18 @@ bool saveCharts(testing_support::TestContext& context, const QString& output)
     store::MetaStockWriter writer;
     (void)writer.OpenFolder(data);
     (void)writer.CreateSecurity(QStringLiteral("BHP.AX"), QStringLiteral("BHP Group"), 1);
+    // A walk of small steps with a slow swing under it, as prices go.
+    std::minstd_rand random(11);
+    const auto move = [&random](double size) { return (double(random() % 2001) / 1000.0 - 1.0) * size; };
     double close = 44.0;
     QDate day(2024, 1, 2);
     for (int i = 0; i < 120; day = day.addDays(1)) {
         if (day.dayOfWeek() > 5)
             continue;
-        // A plain wave with a little noise: it rises, falls back and rises again.
-        const double open = close;
-        close = open + 0.9 * std::sin(i / 9.0) + 0.35 * std::sin(i * 2.7);
-        const double high = std::max(open, close) + 0.2 + 0.15 * std::abs(std::sin(i * 1.3));
-        const double low = std::min(open, close) - 0.2 - 0.15 * std::abs(std::cos(i * 1.7));
+        const double open = close + move(0.3);
+        close = open + move(0.9) + 0.35 * std::sin(i / 14.0);
+        const double high = std::max(open, close) + std::abs(move(0.4));
+        const double low = std::min(open, close) - std::abs(move(0.4));
         (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(), 0, open, high, low, close, 1e6, 0);
         ++i;
     }
