@@ -1,6 +1,7 @@
 #pragma once
 
 #include "chart/chartgeometry.h"
+#include "paramnames.h"
 #include "store/metastockwriter.h"
 
 #include <QDate>
@@ -8,21 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <string>
 #include <vector>
 
 namespace chart_test {
-
-// A test name from the `what` of a parameter: letters and digits kept, the rest turned into '_'.
-template<class Param>
-std::string nameOf(const ::testing::TestParamInfo<Param>& info)
-{
-    std::string name;
-    for (const char* c = info.param.what; *c; ++c)
-        name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-    return name;
-}
 
 // Writes a daily security "X" with the bars given.
 inline void writeSecurity(const QString& folder, const std::vector<store::PriceBar>& bars)

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 using chart::ChartBar;
 using chart::ChartStyle;
 
@@ -90,6 +92,11 @@ struct RangeCase
     double top;
 };
 
+void PrintTo(const RangeCase& c, std::ostream* out)
+{
+    *out << c.what;
+}
+
 class PriceRangeTest : public ::testing::TestWithParam<RangeCase>
 {};
 
@@ -108,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(Prices,
                                            RangeCase{"high equals low", 10, 10, 9, 11},
                                            RangeCase{"halves to the even neighbour", 1.5, 2.5, 1, 3},
                                            RangeCase{"whole prices", 99, 130, 98, 131}),
-                         chart_test::nameOf<RangeCase>);
+                         testing_support::nameOf<RangeCase>);
 
 TEST(ChartGeometryTest, NoBarsDrawNothing)
 {
@@ -231,6 +238,11 @@ struct LabelCase
     const char* expected;
 };
 
+void PrintTo(const LabelCase& c, std::ostream* out)
+{
+    *out << c.what;
+}
+
 class ShortDateLabelTest : public ::testing::TestWithParam<LabelCase>
 {};
 
@@ -248,6 +260,6 @@ INSTANTIATE_TEST_SUITE_P(Dates,
                                            LabelCase{"no separator", 20100704, "", "4/7/10"},
                                            LabelCase{"not a date", 20050231, "/", "stored"},
                                            LabelCase{"none", 0, "/", "stored"}),
-                         chart_test::nameOf<LabelCase>);
+                         testing_support::nameOf<LabelCase>);
 
 } // namespace
