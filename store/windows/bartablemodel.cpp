@@ -52,20 +52,20 @@ bool BarTableModel::removeRows(int row, int count, const QModelIndex& parent)
     return true;
 }
 
-void BarTableModel::setRows(std::vector<BarRow> rows)
+void BarTableModel::setRows(std::vector<PriceBar> rows)
 {
     beginResetModel();
     m_rows = std::move(rows);
     endResetModel();
 }
 
-void BarTableModel::setRow(int index, const BarRow& row)
+void BarTableModel::setRow(int index, const PriceBar& row)
 {
     m_rows[size_t(index)] = row;
     emit dataChanged(this->index(index, 0), this->index(index, ColumnCount - 1));
 }
 
-QString BarTableModel::cellText(const BarRow& row, int column) const
+QString BarTableModel::cellText(const PriceBar& row, int column) const
 {
     switch (column) {
     case Date:

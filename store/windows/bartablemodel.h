@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/securitytypes.h"
+
 #include <QAbstractTableModel>
 #include <QLocale>
 #include <QString>
@@ -8,19 +10,8 @@
 
 namespace store {
 
-// One row of a data sheet: a bar's date and the five values the sheet shows.
-struct BarRow
-{
-    qint32 date = 0; // yyyymmdd
-    double open = 0;
-    double high = 0;
-    double low = 0;
-    double close = 0;
-    double volume = 0;
-};
-
 // The bars of one security as the data sheet's table: "Date", "Open", "High", "Low", "Close", "Volume".
-// Rows keep the numbers and are turned into text only when shown, so a history of tens of thousands of
+// Rows keep the bars as read and are turned into text only when shown, so a history of tens of thousands of
 // bars costs a few bytes a row and no widget items. Dates show as the locale's short date, prices with
 // two decimals ("####0.00"), volumes as plain decimal text.
 class BarTableModel : public QAbstractTableModel
@@ -47,11 +38,11 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     bool removeRows(int row, int count, const QModelIndex& parent = {}) override;
 
-    void setRows(std::vector<BarRow> rows);
+    void setRows(std::vector<PriceBar> rows);
 
-    const BarRow& row(int index) const { return m_rows[size_t(index)]; }
+    const PriceBar& row(int index) const { return m_rows[size_t(index)]; }
 
-    void setRow(int index, const BarRow& row);
+    void setRow(int index, const PriceBar& row);
 
     // The texts the table shows.
     QString dateText(qint32 yyyymmdd) const;
@@ -59,9 +50,9 @@ public:
     static QString volumeText(double value);
 
 private:
-    QString cellText(const BarRow& row, int column) const;
+    QString cellText(const PriceBar& row, int column) const;
 
-    std::vector<BarRow> m_rows;
+    std::vector<PriceBar> m_rows;
     QLocale m_locale;
     QString m_datePattern;
     QString m_dateSeparator;

@@ -160,7 +160,7 @@ void frmView::Form_Load()
 
     // Whatever ends the reading, the rows read so far are shown and the folder and progress display
     // are released.
-    std::vector<BarRow> rows;
+    std::vector<PriceBar> rows;
     const auto finish = [&] {
         (void)reader.CloseSecurity();
         (void)reader.Close();
@@ -207,7 +207,7 @@ void frmView::Form_Load()
             finish();
             return;
         }
-        rows.push_back({bar.date, bar.open, bar.high, bar.low, bar.close, bar.volume});
+        rows.push_back(bar);
         if (!progress.Step().ok() || !progress.IsCancelled(cancelled).ok() || cancelled) {
             finish(); // the date boxes keep what the header said
             return;
@@ -269,7 +269,7 @@ void frmView::Command3_Click()
     const int row = selectedRow();
     if (row < 0)
         return;
-    BarRow bar = m_model->row(row);
+    PriceBar bar = m_model->row(row);
     frmRecord& dialog = record();
     dialog.DTPicker1->setDate(barDate(bar.date));
     const double shown[] = {bar.open, bar.high, bar.low, bar.close, bar.volume};
