@@ -29,7 +29,7 @@ struct AppContext;
 
 namespace chart {
 
-// The drawing area: shows the picture last drawn, scaled to nothing.
+// The drawing area: shows the picture last drawn, pixel for pixel.
 class ChartPicture : public QWidget
 {
 public:
