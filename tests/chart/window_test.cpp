@@ -176,4 +176,24 @@ TEST_F(ChartWindowTest, OneBarAndPricesBelowOne)
     }
 }
 
+// On a screen of twice the density the picture has twice the pixels each way and its lines are two
+// pixels wide, so the chart looks as it does at 96 dpi, only sharper.
+TEST(PaintChartTest, HighDensityScreens)
+{
+    const std::vector<ChartBar> bars = chart_test::bars(10);
+    const QImage single = chart::paintChart(bars, chart::ChartStyle::Bar, QSize(400, 300), 1, QFont(), "/");
+    const QImage twice = chart::paintChart(bars, chart::ChartStyle::Bar, QSize(400, 300), 2, QFont(), "/");
+    EXPECT_EQ(twice.size(), QSize(800, 600));
+    EXPECT_EQ(twice.devicePixelRatio(), 2);
+    // The horizontal axis: one row at 96 dpi, two rows below each other at twice the density.
+    const int axis = int(std::lround(300 - 500 / chart::kTwipsPerPixel));
+    EXPECT_EQ(single.pixel(5, axis), chart::kForeground);
+    EXPECT_NE(single.pixel(5, axis + 1), chart::kForeground);
+    const int deviceAxis = int(std::lround((300 - 500 / chart::kTwipsPerPixel) * 2));
+    EXPECT_EQ(twice.pixel(10, deviceAxis), chart::kForeground);
+    EXPECT_EQ(twice.pixel(10, deviceAxis + 1), chart::kForeground);
+    EXPECT_NE(twice.pixel(10, deviceAxis + 2), chart::kForeground);
+    EXPECT_TRUE(chart::paintChart(bars, chart::ChartStyle::Line, QSize(0, 300), 1, QFont(), "/").isNull());
+}
+
 } // namespace
