@@ -57,13 +57,13 @@ public:
         return found;
     }
 
-    // Texts standing on the plot's bottom line: the dates.
-    QStringList dates() const
+    // Texts standing on the plot's bottom line left of the price axis: the dates.
+    std::vector<Shape> dates() const
     {
-        QStringList texts;
+        std::vector<Shape> texts;
         for (const Shape& shape : of(Shape::Text)) {
             if (shape.from.y() == kPlotBottom && shape.from.x() < kPlotRight)
-                texts.append(shape.text);
+                texts.push_back(shape);
         }
         return texts;
     }
@@ -215,19 +215,17 @@ TEST(ChartGeometryTest, CandleBodies)
 TEST(ChartGeometryTest, DateLabels)
 {
     const std::vector<ChartBar> bars = chart_test::bars(60);
-    const RecordingCanvas canvas = draw(bars, ChartStyle::Bar);
-    EXPECT_EQ(canvas.dates(), QStringList({"3/1/05", "27/1/05", "21/2/05", "3/3/2005"}));
-
-    std::vector<Shape> texts;
-    for (const Shape& text : canvas.of(Shape::Text)) {
-        if (text.from.y() == kPlotBottom && text.from.x() < kPlotRight)
-            texts.push_back(text);
-    }
+    const std::vector<Shape> dates = draw(bars, ChartStyle::Bar).dates();
+    ASSERT_EQ(dates.size(), 4u);
     const float step = kPlotRight / 62;
-    EXPECT_EQ(texts[0].from.x(), 10);
-    EXPECT_NEAR(texts[1].from.x(), 10 + 24 * step, 0.05);
-    EXPECT_NEAR(texts[2].from.x(), 10 + 49 * step, 0.05);
-    EXPECT_NEAR(texts[3].from.x(), 10 + 60 * step - 700, 0.05);
+    const std::pair<const char*, float> expected[] = {{"3/1/05", 10},
+                                                      {"27/1/05", 10 + 24 * step},
+                                                      {"21/2/05", 10 + 49 * step},
+                                                      {"3/3/2005", 10 + 60 * step - 700}};
+    for (size_t i = 0; i < dates.size(); ++i) {
+        EXPECT_EQ(dates[i].text, QLatin1String(expected[i].first));
+        EXPECT_NEAR(dates[i].from.x(), expected[i].second, 0.05) << expected[i].first;
+    }
 }
 
 struct LabelCase

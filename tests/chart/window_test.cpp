@@ -44,20 +44,6 @@ TEST(ReadChartBarsTest, ReadsEveryBarRounded)
     EXPECT_TRUE(progress.state().visible); // only a cancel closes it; otherwise it goes with its owner
 }
 
-TEST(ReadChartBarsTest, AMissingFolderOrSymbolFails)
-{
-    TestContext context;
-    const QString folder = context.makeFolder("data");
-    chart_test::writeSecurity(folder, chart_test::bars(3));
-    for (const auto& [where, symbol] :
-         {std::pair(folder + "/none", QStringLiteral("X")), std::pair(folder, QStringLiteral("Y"))}) {
-        store::ProgressWindow progress(store::ProgressWindow::Display::Silent);
-        std::vector<ChartBar> bars;
-        EXPECT_EQ(chart::readChartBars(where, symbol, kEnglish, progress, bars), chart::ReadOutcome::Failed);
-        EXPECT_TRUE(bars.empty());
-    }
-}
-
 // Cancel in the progress window, as soon as it shows, ends the read after the bar being read and closes it.
 TEST(ReadChartBarsTest, CancelStopsReading)
 {
