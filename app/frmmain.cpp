@@ -8,7 +8,9 @@
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
+#include "store/windows/frmadjustsecurity.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmdeletedata.h"
 #include "symbols/windows/frmlookup.h"
 #include "toolbaricons.h"
 #include "version.h"
@@ -401,6 +403,14 @@ void frmMain::wireWindows()
     setOpener(mnuDownload, [this] {
         download::frmDownload selection(m_context, this);
         m_context.runModal(selection);
+    });
+    setOpener(mnuSecurity, [this] {
+        store::frmAdjustSecurity adjust(m_context, this);
+        m_context.runModal(adjust);
+    });
+    setOpener(mnuData, [this] {
+        store::frmDeleteData deleteData(m_context, this);
+        m_context.runModal(deleteData);
     });
 }
 

@@ -7,6 +7,7 @@
 #include <QDir>
 
 #include <algorithm>
+#include <iterator>
 
 namespace store {
 
@@ -333,6 +334,13 @@ Status MetaStockWriter::DeleteBar(const QString& date)
 
 Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString& toDate)
 {
+    RemovedBars removed;
+    return DeleteBarsBetween(fromDate, toDate, removed);
+}
+
+Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString& toDate, RemovedBars& removed)
+{
+    removed = RemovedBars();
     LoadedBars* loaded = nullptr;
     qint32 from = 0;
     qint32 to = 0;
@@ -348,8 +356,18 @@ Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString
     const auto end = loaded->bars.upper_bound(to);
     if (begin == end)
         return {};
+    removed.count = static_cast<qint32>(std::distance(begin, end));
+    removed.firstDate = begin->first;
+    removed.lastDate = std::prev(end)->first;
     loaded->bars.erase(begin, end);
-    barsChanged(*findFileNumber(m_selected), *loaded);
+    IndexEntry& entry = *findFileNumber(m_selected);
+    if (loaded->bars.empty() && entry.firstDate != removed.lastDate) {
+        // Emptied: the dates move to the newest bar removed (see the class comment).
+        entry.firstDate = removed.lastDate;
+        entry.changed = true;
+        m_indexChanged = true;
+    }
+    barsChanged(entry, *loaded);
     return {};
 }
 
