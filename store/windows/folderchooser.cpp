@@ -50,6 +50,8 @@ FolderChooser::FolderChooser(QWidget* parent)
     for (int column = 1; column < m_model->columnCount(); ++column)
         Dir1->hideColumn(column);
     Dir1->header()->hide();
+    Dir1->setSortingEnabled(true);
+    Dir1->sortByColumn(0, Qt::AscendingOrder);
     Drive1->addItems(volumes());
 
     auto* layout = new QVBoxLayout(this);
