@@ -90,6 +90,11 @@ Status parseDateText(const QString& text, qint32& date)
     return {};
 }
 
+QString barDateText(QDate date)
+{
+    return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');
+}
+
 QString firstDateText(qint32 firstDate)
 {
     return QString::number(metastock::isValidDate(firstDate) ? firstDate : earliestDate);

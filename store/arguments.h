@@ -3,6 +3,7 @@
 #include "securitytypes.h"
 #include "status.h"
 
+#include <QDate>
 #include <QString>
 
 namespace store {
@@ -22,6 +23,8 @@ bool sameName(const QString& a, const QString& b);
 
 // A date given as the text "yyyymmdd": exactly eight digits naming a date from 1900-01-01 to 2099-12-31.
 Status parseDateText(const QString& text, qint32& date);
+// A date as the eight digits yyyymmdd, the text in which the writer takes a date that names bars.
+QString barDateText(QDate date);
 // The first date a folder can hold: a range from it reaches back to a security's oldest bar.
 constexpr qint32 earliestDate = 19000101;
 // A security's first date as the text the writer takes to remove its history "from the first date":

@@ -3,7 +3,6 @@
 #include "context/appcontext.h"
 #include "context/helpers.h"
 #include "context/windowhelpers.h"
-#include "securitylist.h"
 #include "store/arguments.h"
 #include "store/metastockwriter.h"
 #include "symbols/windows/frmlookup.h"
