@@ -270,6 +270,17 @@ void MetaStockWriter::barsChanged(IndexEntry& entry, LoadedBars& loaded)
     }
 }
 
+// An emptied security's dates move to the newest bar removed (see the class comment).
+void MetaStockWriter::barsRemoved(IndexEntry& entry, LoadedBars& loaded, qint32 newestRemoved)
+{
+    if (loaded.bars.empty() && entry.firstDate != newestRemoved) {
+        entry.firstDate = newestRemoved;
+        entry.changed = true;
+        m_indexChanged = true;
+    }
+    barsChanged(entry, loaded);
+}
+
 Status MetaStockWriter::AddBar(qint32 date,
                                qint32 time,
                                double open,
@@ -328,7 +339,7 @@ Status MetaStockWriter::DeleteBar(const QString& date)
         return s;
     if (loaded->bars.erase(day) == 0)
         return noBar(day);
-    barsChanged(*findFileNumber(m_selected), *loaded);
+    barsRemoved(*findFileNumber(m_selected), *loaded, day);
     return {};
 }
 
@@ -360,14 +371,7 @@ Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString
     removed.firstDate = begin->first;
     removed.lastDate = std::prev(end)->first;
     loaded->bars.erase(begin, end);
-    IndexEntry& entry = *findFileNumber(m_selected);
-    if (loaded->bars.empty() && entry.firstDate != removed.lastDate) {
-        // Emptied: the dates move to the newest bar removed (see the class comment).
-        entry.firstDate = removed.lastDate;
-        entry.changed = true;
-        m_indexChanged = true;
-    }
-    barsChanged(entry, *loaded);
+    barsRemoved(*findFileNumber(m_selected), *loaded, removed.lastDate);
     return {};
 }
 

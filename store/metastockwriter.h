@@ -36,15 +36,12 @@ class FolderLock;
 // bar in its place and replaces a bar of the same date. Intraday securities can be read but not
 // changed (Unsupported). Dates outside 1900-01-01..2099-12-31 and values MBF cannot hold (NaN,
 // infinities, magnitudes of 2^127 or more) are refused; values are stored as single-precision numbers.
-// The index dates follow the bars; a security without bars keeps the first date it was given (the
-// date of the first bar ever added) and reports it as its first and last date, so a download can start
-// from it.
-//
-// Emptied securities. A deletion that removes a security's last remaining bars sets its first and last
-// date to the date of the newest bar it removed. A download continues after a security's last date, so
-// the next one fetches only what is newer than the deleted history instead of all of it again; to have
-// the history back, the user asks for it with a data correction from an earlier date. (Creating a
-// security adds and deletes one bar: the same rule is what leaves it with its first date.)
+// The index dates follow the bars. A security without bars reports one date as its first and last
+// date, so that a download can start from it: a deletion that removes a security's last remaining bars
+// sets both to the date of the newest bar it removed. A download continues after a security's last
+// date, so the next one fetches only what is newer than the deleted history instead of all of it
+// again; to have the history back, the user asks for it with a data correction from an earlier date.
+// (Creating a security adds and deletes one bar: the same rule leaves it with its first date.)
 class MetaStockWriter
 {
 public:
@@ -138,6 +135,7 @@ private:
     metastock::IndexEntry* findSymbol(const QString& symbol);
     metastock::IndexEntry* findFileNumber(int fileNumber);
     void barsChanged(metastock::IndexEntry& entry, LoadedBars& loaded);
+    void barsRemoved(metastock::IndexEntry& entry, LoadedBars& loaded, qint32 newestRemoved);
     int newFileNumber() const;
     bool fileNumberFree(int number) const;
 

@@ -58,16 +58,6 @@ QMap<int, QByteArray> recordsOf(const QString& name, const QByteArray& file)
     return recordsOf(file, 150, 65, true);
 }
 
-qint32 barCount(const QString& folder, const QString& symbol)
-{
-    store::MetaStockReader reader;
-    qint32 count = -1;
-    EXPECT_OK(reader.OpenFolder(folder));
-    EXPECT_OK(reader.SelectSecurity(symbol));
-    EXPECT_OK(reader.GetBarCount(count));
-    return count;
-}
-
 class SampleChangeTest : public ::testing::TestWithParam<SampleCase>
 {
 protected:
@@ -92,7 +82,7 @@ TEST_P(SampleChangeTest, LeavesEveryOtherSecurityAsItWas)
     const std::vector<SecurityDescriptor> securities = securitiesOf(m_folder);
     const SecurityDescriptor target = securities.at(param.position - 1);
     const int number = target.fileName.mid(1, target.fileName.indexOf(u'.') - 1).toInt();
-    const qint32 bars = barCount(m_folder, target.symbol);
+    const size_t bars = store_test::barDatesOf(m_folder, target.symbol).size();
     const auto before = snapshot(m_folder);
 
     store_test::NoSyncFileSystem fs;
@@ -140,7 +130,7 @@ TEST_P(SampleChangeTest, LeavesEveryOtherSecurityAsItWas)
     case Change::Rename:
         EXPECT_EQ(now.at(param.position - 1).symbol, "RENAMED");
         EXPECT_EQ(now.at(param.position - 1).name, "Renamed by a test");
-        EXPECT_EQ(barCount(m_folder, "RENAMED"), bars);
+        EXPECT_EQ(store_test::barDatesOf(m_folder, "RENAMED").size(), bars);
         break;
     case Change::Remove:
         EXPECT_EQ(now.size(), securities.size() - 1);
@@ -154,7 +144,7 @@ TEST_P(SampleChangeTest, LeavesEveryOtherSecurityAsItWas)
         }
         break;
     case Change::Trim:
-        EXPECT_EQ(barCount(m_folder, target.symbol), bars - 1);
+        EXPECT_EQ(store_test::barDatesOf(m_folder, target.symbol).size(), bars - 1);
         break;
     }
 }

@@ -1,7 +1,5 @@
 // The adjust-security and delete-data windows through their controls, on real folders.
 
-#include "store/metastockreader.h"
-#include "store/metastockwriter.h"
 #include "store/windows/folderchooser.h"
 #include "store/windows/frmadjustsecurity.h"
 #include "store/windows/frmdeletedata.h"
@@ -38,21 +36,6 @@ QStringList symbolsIn(const QString& folder)
     return symbols;
 }
 
-std::vector<qint32> barDates(const QString& folder, const QString& symbol)
-{
-    std::vector<qint32> dates;
-    store::MetaStockReader reader;
-    EXPECT_OK(reader.OpenFolder(folder));
-    EXPECT_OK(reader.SelectSecurity(symbol));
-    qint32 more = 0;
-    while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok()) {
-        store::PriceBar bar;
-        EXPECT_OK(reader.GetBar(bar));
-        dates.push_back(bar.date);
-    }
-    return dates;
-}
-
 // A folder with ABC "Alpha" (bars of 2 to 5 January 2024) and DEF "Delta" (no bars), which is the
 // shared current folder, so the windows open on it.
 class AdjustWindowsTest : public ::testing::Test
@@ -60,13 +43,7 @@ class AdjustWindowsTest : public ::testing::Test
 protected:
     AdjustWindowsTest()
     {
-        store::MetaStockWriter writer;
-        EXPECT_OK(writer.OpenFolder(folder));
-        EXPECT_OK(writer.CreateSecurity("ABC", "Alpha", store::Daily));
-        for (qint32 date = 20240102; date <= 20240105; ++date)
-            EXPECT_OK(writer.AddBar({date, 0, 1, 2, 0.5, 1.5, 100, 0}));
-        EXPECT_OK(writer.CreateSecurity("DEF", "Delta", store::Daily));
-        EXPECT_OK(writer.CloseFolder());
+        store_test::makeAlphaAndDelta(folder);
         context->state.currentFolder = folder;
     }
 
@@ -176,11 +153,11 @@ TEST_F(AdjustWindowsTest, DeleteBeforeRemovesUpToTheDateAndDeleteAfterNothing)
     window.DTPicker1->setDate(QDate(2024, 1, 3));
     window.Option2->setChecked(true);
     window.Command1->click();
-    EXPECT_EQ(barDates(folder, "ABC").size(), 4u);
+    EXPECT_EQ(store_test::barDatesOf(folder, "ABC").size(), 4u);
 
     window.Option1->setChecked(true);
     window.Command1->click();
-    EXPECT_EQ(barDates(folder, "ABC"), (std::vector<qint32>{20240104, 20240105}));
+    EXPECT_EQ(store_test::barDatesOf(folder, "ABC"), (std::vector<qint32>{20240104, 20240105}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
     window.folders->setPath(context.makeFolder("empty"));
@@ -199,7 +176,7 @@ TEST_F(AdjustWindowsTest, UnknownFirstDateStillRemovesAndAnEmptiedSecurityKeepsI
     store::frmDeleteData window(context);
     click(*window.List1, 0);
     window.Command1->click();
-    EXPECT_TRUE(barDates(folder, "ABC").empty());
+    EXPECT_TRUE(store_test::barDatesOf(folder, "ABC").empty());
     const store::SecurityDescriptor emptied = securitiesOf(folder).at(0);
     EXPECT_EQ(emptied.firstDate, 20240105);
     EXPECT_EQ(emptied.lastDate, 20240105);

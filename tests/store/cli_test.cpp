@@ -1,6 +1,5 @@
 // ticksmith-cli as scripts use it: exit statuses, and output that compares with other tools'.
 
-#include "store/metastockwriter.h"
 #include "storetest.h"
 
 #include <QProcess>
@@ -83,16 +82,7 @@ TEST(Cli, RenameRemoveTrim)
 {
     QTemporaryDir dir;
     const QString folder = dir.filePath(QStringLiteral("data"));
-    {
-        store::MetaStockWriter writer;
-        ASSERT_OK(writer.CreateFolder(folder));
-        ASSERT_OK(writer.OpenFolder(folder));
-        ASSERT_OK(writer.CreateSecurity("ABC", "Alpha", store::Daily));
-        for (qint32 date = 20240102; date <= 20240105; ++date)
-            ASSERT_OK(writer.AddBar({date, 0, 1, 2, 0.5, 1.5, 100, 0}));
-        ASSERT_OK(writer.CreateSecurity("DEF", "Delta", store::Daily));
-        ASSERT_OK(writer.CloseFolder());
-    }
+    store_test::makeAlphaAndDelta(folder);
     const QString notData = dir.filePath(QStringLiteral("other"));
     ASSERT_TRUE(QDir().mkpath(notData));
     const auto before = store_test::snapshot(folder);
