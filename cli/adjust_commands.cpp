@@ -35,7 +35,7 @@ parseArguments(QCommandLineParser& parser, const QStringList& arguments, const c
     else if (parser.isSet(help)) {
         // The parser's own first line names the executable without the command.
         const QString text = parser.helpText();
-        io.out << usage << text.mid(text.indexOf(u'\n'));
+        io.out << usage << text.mid(text.indexOf(u'\n') + 1);
         return Success;
     } else if (parser.positionalArguments().size() != 2)
         problem = QStringLiteral("give a folder and a symbol");
