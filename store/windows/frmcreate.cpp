@@ -181,7 +181,7 @@ void frmCreate::createSecurity()
         m_context.prompter->information(this, kCreateTitle, QStringLiteral("Already Exists."));
     } else {
         createEmptySecurity(writer, symbol, name, Combo1->currentIndex() + 1, DTPicker1->date());
-        m_context.addRecent({name, folder, folder + u'\\' + name});
+        m_context.addRecent(name, folder, context::RecentCaption::FolderAndName);
         carryOn(writer.CloseSecurity());
     }
     carryOn(writer.CloseFolder());

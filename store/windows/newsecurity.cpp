@@ -14,17 +14,12 @@ QString startingFolder(const context::AppContext& context)
     return current.isEmpty() ? context.programFolder : current;
 }
 
-QString firstDateText(QDate date)
-{
-    return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');
-}
-
 Status checkNewSecurity(const QString& symbol, const QString& name, QDate firstDate)
 {
     QString normalized;
     for (const Status& status : {normalizeSymbol(symbol, normalized),
                                  normalizeName(name, normalized),
-                                 checkDate(firstDateText(firstDate).toInt())}) {
+                                 checkDate(barDateText(firstDate).toInt())}) {
         if (!status.ok())
             return status;
     }
@@ -50,7 +45,7 @@ void createEmptySecurity(MetaStockWriter& writer,
                          QDate firstDate)
 {
     carryOn(writer.CreateSecurity(symbol, name, periodicity));
-    const QString date = firstDateText(firstDate);
+    const QString date = barDateText(firstDate);
     carryOn(writer.AddBar(date.toInt(), 0, 0, 0, 0, 0, 0, 0));
     carryOn(writer.DeleteBar(date));
 }

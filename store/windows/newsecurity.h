@@ -29,9 +29,6 @@ inline void carryOn(const Status&) {}
 // is none.
 QString startingFolder(const context::AppContext& context);
 
-// A date as the eight digits yyyymmdd, the form the writer takes for a first date.
-QString firstDateText(QDate date);
-
 // The symbol, name and first date checked as the writer checks them. Asking first means that no folder
 // is created, and nothing written, for a security the folder could never hold.
 Status checkNewSecurity(const QString& symbol, const QString& name, QDate firstDate);
