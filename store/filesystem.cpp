@@ -106,8 +106,17 @@ Status FileSystem::readFile(const QString& path, QByteArray& bytes)
 
 Status FileSystem::makeFolder(const QString& path)
 {
+    // A folder made here must outlast a power cut together with the files then written into it, so
+    // the name of each new folder is flushed in its parent.
+    QStringList made;
+    for (QString folder = QDir(path).absolutePath(); !QFileInfo::exists(folder); folder = QFileInfo(folder).path())
+        made.prepend(folder);
     if (!QDir().mkpath(path))
         return ioError(QStringLiteral("Cannot create the folder"), path, QStringLiteral("refused"));
+    for (const QString& folder : std::as_const(made)) {
+        if (Status s = syncPath(QFileInfo(folder).path(), true); !s.ok())
+            return s;
+    }
     return {};
 }
 
