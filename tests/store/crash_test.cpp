@@ -288,8 +288,8 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
     }
 
     std::cout << "[ states   ] " << param.what << (model() == CrashModel::Posix ? " (POSIX)" : " (ext4)") << ": "
-              << points << " operations, " << m_counts.checked << " states checked of " << m_counts.possible
-              << " possible\n";
+              << points << " operations, " << m_counts.checked << " states reopened and checked; " << m_counts.possible
+              << " states possible at the cuts\n";
     total.checked += m_counts.checked;
     total.possible += m_counts.possible;
 }
@@ -310,8 +310,9 @@ public:
     void TearDown() override
     {
         if (total.checked > 0)
-            std::cout << "[ states   ] " << total.checked << " crash states checked in all, of " << total.possible
-                      << " possible\n";
+            std::cout << "[ states   ] " << total.checked << " states reopened and checked in all; " << total.possible
+                      << " states possible at the cuts, sampled beyond " << statesPerCrashPoint(0) << " per cut ("
+                      << statesPerCrashPoint(255) << " for folders of 255 securities)\n";
     }
 };
 
