@@ -66,7 +66,8 @@ public:
     [[nodiscard]] static Status
     acquire(FileSystem& fs, const QString& folder, std::unique_ptr<FolderLock>& lock, int timeoutMs = -1);
 
-    // True for the name of the lock file, which lives in the folder while a writer has it open.
+    // True for the name of the lock file, which lives in the folder while a writer has it open (and after
+    // one that died, harmlessly).
     static bool isLockFile(const QString& name);
 
     enum class State
