@@ -2,6 +2,7 @@
 
 #include "context/helpers.h"
 #include "context/windowhelpers.h"
+#include "convert/windows/frmconvert.h"
 #include "download/windows/frmdownload.h"
 #include "form3.h"
 #include "frmsettings.h"
@@ -401,6 +402,10 @@ void frmMain::wireWindows()
     setOpener(mnuDownload, [this] {
         download::frmDownload selection(m_context, this);
         m_context.runModal(selection);
+    });
+    setOpener(mnuConvert, [this] {
+        convert::frmConvert converter(m_context, this);
+        m_context.runModal(converter);
     });
 }
 
