@@ -1,10 +1,12 @@
 // Times the data converter on generated folders of 250 x 5,000 and 1,500 x 5,000 bars (the second with
 // XMASTER): export to CSV files, and import of those files into an empty folder with every security a
 // durable step of its own, and once more with the flushes to the medium left out, which shows what the
-// flushes cost. Each run is a process of its own, so its peak memory is its own.
+// flushes cost. Each run is a process of its own, so its peak memory is its own. Each prints its wall
+// time and its CPU time (user and system); on a machine busy with other work the second compares.
 //
 //     convert_bench                      all of it
 //     convert_bench export|import|import-nosync FROM TO   one run (what the driver starts)
+//     convert_bench generate SECURITIES FOLDER           a folder to try things on
 
 #include "convert/csvexport.h"
 #include "convert/metastockconverter.h"
@@ -17,6 +19,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/resource.h>
@@ -39,7 +42,7 @@ void check(const store::Status& status, const char* what)
     }
 }
 
-// Prices that wander, volumes of all sizes, over 5,000 trading days from 1990 on.
+// Prices in cents that wander, as quotes are, volumes of all sizes, over 5,000 trading days from 1990 on.
 void generate(const QString& folder, int securities)
 {
     std::vector<qint32> days;
@@ -57,7 +60,15 @@ void generate(const QString& folder, int securities)
         double price = 10 + s % 50;
         for (qint32 day : days) {
             price *= 1.0 + ((day * 7 + s) % 11 - 5) / 1000.0;
-            check(writer.AddBar(day, 0, price, price * 1.01, price * 0.99, price, 1000 + (day * 13 + s) % 977000, 0),
+            auto cents = [](double value) { return std::round(value * 100) / 100; };
+            check(writer.AddBar(day,
+                                0,
+                                cents(price),
+                                cents(price * 1.01),
+                                cents(price * 0.99),
+                                cents(price * 1.002),
+                                1000 + (day * 13 + s) % 977000,
+                                0),
                   "AddBar");
         }
         check(writer.CloseSecurity(), "CloseSecurity");
@@ -87,7 +98,9 @@ int runOne(const QString& what, const QString& from, const QString& to)
         std::fprintf(stderr, "%s\n", qPrintable(report.problems.front().message()));
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    std::printf("%.3f %lld %.1f\n", seconds, static_cast<long long>(report.bars), usage.ru_maxrss / 1024.0);
+    const double cpu = double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec)
+        + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    std::printf("%.3f %.3f %lld %.1f\n", seconds, cpu, static_cast<long long>(report.bars), usage.ru_maxrss / 1024.0);
     return report.problems.empty() ? 0 : 1;
 }
 
@@ -96,14 +109,21 @@ void measure(const char* title, const QString& what, const QString& from, const 
     QProcess run;
     run.start(QCoreApplication::applicationFilePath(), {what, from, to});
     run.waitForFinished(-1);
-    double seconds = 0, peak = 0;
+    double seconds = 0, cpu = 0, peak = 0;
     long long bars = 0;
     if (run.exitCode() != 0
-        || std::sscanf(run.readAllStandardOutput().constData(), "%lf %lld %lf", &seconds, &bars, &peak) != 3) {
+        || std::sscanf(run.readAllStandardOutput().constData(), "%lf %lf %lld %lf", &seconds, &cpu, &bars, &peak)
+            != 4) {
         std::fprintf(stderr, "%s failed: %s\n", title, run.readAllStandardError().constData());
         std::exit(1);
     }
-    std::printf("%-44s %8.3f s  %6.2f M bars/s  peak %6.1f MB\n", title, seconds, bars / seconds / 1e6, peak);
+    std::printf("%-40s %7.3f s %6.2f M bars/s | CPU %7.3f s %6.2f M bars/s | peak %5.1f MB\n",
+                title,
+                seconds,
+                bars / seconds / 1e6,
+                cpu,
+                bars / cpu / 1e6,
+                peak);
     std::fflush(stdout);
 }
 
@@ -113,6 +133,10 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 4 && arguments[1] == u"generate") {
+        generate(arguments[3], arguments[2].toInt());
+        return 0;
+    }
     if (arguments.size() == 4)
         return runOne(arguments[1], arguments[2], arguments[3]);
 

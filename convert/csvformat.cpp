@@ -9,6 +9,7 @@
 #include <QIODevice>
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -47,61 +48,108 @@ QString quoted(const char* begin, const char* end)
 
 } // namespace
 
-void appendPrintNumber(std::string& out, double value, char decimalPoint)
+namespace {
+
+constexpr double powersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+
+// `n` in decimal with the last `decimals` digits after the point (zeros added in front as needed);
+// returns the end. Written digit by digit in place: these are short, and a copy would cost more.
+char* writeFixed(char* out, unsigned long long n, int decimals, char decimalPoint)
+{
+    int digits = 1;
+    for (unsigned long long rest = n / 10; rest != 0; rest /= 10)
+        ++digits;
+    digits = std::max(digits, decimals + 1);
+    char* const end = out + digits + (decimals > 0 ? 1 : 0);
+    char* p = end;
+    for (int i = 0; i < digits; ++i) {
+        if (i == decimals && decimals > 0)
+            *--p = decimalPoint;
+        *--p = char('0' + n % 10);
+        n /= 10;
+    }
+    return end;
+}
+
+// Fixed-point digits of `magnitude` with the fewest decimals (at most 9) that still read back as the
+// same single-precision number, or nullptr when it needs more or an exponent. The decimal is checked
+// to lie well within half a unit of the last place, so that reading it rounds to this number whatever
+// rounding path the reader takes.
+char* writeFewestDecimals(char* out, float magnitude, char decimalPoint)
+{
+    const double value = magnitude;
+    const float next = std::bit_cast<float>(std::bit_cast<quint32>(magnitude) + 1);
+    const double margin = double(next - magnitude) / 2 * 0.99;
+    for (int decimals = 0; decimals < 10; ++decimals) {
+        const double exact = value * powersOfTen[decimals];
+        if (exact >= 9e15)
+            return nullptr;
+        const auto scaled = static_cast<unsigned long long>(exact + 0.5);
+        if (std::fabs(double(scaled) - exact) >= margin * powersOfTen[decimals])
+            continue;
+        return writeFixed(out, scaled, decimals, decimalPoint);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+char* writePrintNumber(char* out, double value, char decimalPoint)
 {
     // The value was read from a single-precision field; its shortest form is what the user typed or
     // downloaded, where the double's 15 digits would show the binary rounding ("12.1000003814697").
     const float single = static_cast<float>(value);
-    char digits[32];
-    out += std::signbit(single) && single != 0 ? '-' : ' ';
+    *out++ = std::signbit(single) && single != 0 ? '-' : ' ';
     const float magnitude = std::fabs(single);
-    if (magnitude < 1e15f && std::floor(magnitude) == magnitude) {
-        const auto end = std::to_chars(digits, digits + sizeof digits, static_cast<long long>(magnitude)).ptr;
-        out.append(digits, end);
-        out += ' ';
-        return;
-    }
     if (!std::isfinite(magnitude)) {
-        out += std::isnan(magnitude) ? "NaN " : "Inf ";
-        return;
-    }
-    // Shortest digits as d.ddde+XX, laid out like the general format: plain for exponents from -5 to 14,
-    // otherwise with an exponent of at least two digits.
-    const char* const end = std::to_chars(digits, digits + sizeof digits, magnitude, std::chars_format::scientific).ptr;
-    const char* const e = std::find(static_cast<const char*>(digits), end, 'e');
-    char mantissa[sizeof digits];
-    size_t count = 0;
-    for (const char* p = digits; p < e; ++p) {
-        if (*p != '.')
-            mantissa[count++] = *p;
-    }
-    int exponent = 0;
-    std::from_chars(e + (e[1] == '+' ? 2 : 1), end, exponent);
-    if (exponent >= -5 && exponent < 15) {
-        if (exponent < 0) {
-            out += '0';
-            out += decimalPoint;
-            out.append(size_t(-exponent - 1), '0');
-            out.append(mantissa, count);
-        } else {
-            const size_t whole = size_t(exponent) + 1; // fewer than the digits, as the value is not whole
-            out.append(mantissa, whole);
-            out += decimalPoint;
-            out.append(mantissa + whole, count - whole);
-        }
+        out = std::copy_n(std::isnan(magnitude) ? "NaN" : "Inf", 3, out);
+    } else if (magnitude < 1e15f && std::floor(magnitude) == magnitude) {
+        out = writeFixed(out, static_cast<unsigned long long>(magnitude), 0, decimalPoint);
+    } else if (char* fixed = magnitude >= 1e-5f && magnitude < 1e15f ? writeFewestDecimals(out, magnitude, decimalPoint)
+                                                                     : nullptr) {
+        out = fixed;
     } else {
-        out += mantissa[0];
-        if (count > 1) {
-            out += decimalPoint;
-            out.append(mantissa + 1, count - 1);
+        // Shortest digits as d.ddde+XX, laid out like the general format: plain for exponents from -5
+        // to 14, otherwise with an exponent of at least two digits.
+        char digits[32];
+        const char* const end =
+            std::to_chars(digits, digits + sizeof digits, magnitude, std::chars_format::scientific).ptr;
+        const char* const e = std::find(static_cast<const char*>(digits), end, 'e');
+        char mantissa[sizeof digits];
+        size_t count = 0;
+        for (const char* p = digits; p < e; ++p) {
+            if (*p != '.')
+                mantissa[count++] = *p;
         }
-        out += exponent < 0 ? "E-" : "E+";
-        const int shown = std::abs(exponent);
-        if (shown < 10)
-            out += '0';
-        out += std::to_string(shown);
+        int exponent = 0;
+        std::from_chars(e + (e[1] == '+' ? 2 : 1), end, exponent);
+        if (exponent >= -5 && exponent < 0) {
+            *out++ = '0';
+            *out++ = decimalPoint;
+            out = std::fill_n(out, -exponent - 1, '0');
+            out = std::copy_n(mantissa, count, out);
+        } else {
+            *out++ = mantissa[0];
+            if (count > 1) {
+                *out++ = decimalPoint;
+                out = std::copy_n(mantissa + 1, count - 1, out);
+            }
+            *out++ = 'E';
+            *out++ = exponent < 0 ? '-' : '+';
+            const int shown = std::abs(exponent);
+            if (shown < 10)
+                *out++ = '0';
+            out = std::to_chars(out, out + 4, shown).ptr;
+        }
     }
-    out += ' ';
+    *out++ = ' ';
+    return out;
+}
+
+void appendPrintNumber(std::string& out, double value, char decimalPoint)
+{
+    char text[printNumberSize];
+    out.append(text, writePrintNumber(text, value, decimalPoint));
 }
 
 CsvLineWriter::CsvLineWriter(const QLocale& locale)
@@ -137,12 +185,16 @@ const std::string& CsvLineWriter::dateText(qint32 date)
 
 void CsvLineWriter::appendBar(std::string& out, const store::PriceBar& bar)
 {
-    out += dateText(bar.date);
+    char line[5 * printNumberSize + 8];
+    char* p = line;
     for (double value : {bar.open, bar.high, bar.low, bar.close, bar.volume}) {
-        out += ',';
-        appendPrintNumber(out, value, m_decimalPoint);
+        *p++ = ',';
+        p = writePrintNumber(p, value, m_decimalPoint);
     }
-    out += "\r\n";
+    *p++ = '\r';
+    *p++ = '\n';
+    out += dateText(bar.date);
+    out.append(line, p);
 }
 
 // ---- reading ----
@@ -383,26 +435,24 @@ bool CsvBarReader::readLine(const char* begin, const char* end, store::PriceBar&
 
 bool CsvBarReader::read(QIODevice& device, std::vector<store::PriceBar>& bars, CsvProblem& problem)
 {
-    constexpr qint64 chunkSize = 1 << 20;
-    constexpr qsizetype longestLine = 4096;
     bars.clear();
+    if (!m_buffer)
+        m_buffer = std::make_unique<char[]>(size_t(chunkSize + longestLine + 1));
+    char* const buffer = m_buffer.get();
     std::vector<qint64> lines; // the line of each bar, for the report of a date twice
-    std::string buffer;
+    size_t kept = 0; // the start of a line whose end is still to be read
     qint64 line = 0;
     bool header = true;
     bool atEnd = false;
     while (!atEnd) {
-        const size_t kept = buffer.size();
-        buffer.resize(kept + size_t(chunkSize));
-        const qint64 got = device.read(buffer.data() + kept, chunkSize);
+        const qint64 got = device.read(buffer + kept, chunkSize);
         if (got < 0) {
             problem = {0, QStringLiteral("cannot be read: %1").arg(device.errorString())};
             return false;
         }
-        buffer.resize(kept + size_t(got));
         atEnd = got == 0;
-        const char* p = buffer.data();
-        const char* const end = p + buffer.size();
+        const char* p = buffer;
+        const char* const end = buffer + kept + size_t(got);
         while (p < end) {
             const char* newline = std::find(p, end, '\n');
             if (newline == end && !atEnd)
@@ -442,11 +492,12 @@ bool CsvBarReader::read(QIODevice& device, std::vector<store::PriceBar>& bars, C
             }
             p = newline == end ? end : newline + 1;
         }
-        buffer.erase(0, size_t(p - buffer.data()));
-        if (qsizetype(buffer.size()) > longestLine) {
+        kept = size_t(end - p);
+        if (kept > size_t(longestLine)) {
             problem = {line + 1, QStringLiteral("the line is longer than %1 characters").arg(longestLine)};
             return false;
         }
+        std::memmove(buffer, p, kept);
     }
     if (header) {
         problem = {0, QStringLiteral("the file is empty; it needs a header line such as %1").arg(csvHeader)};

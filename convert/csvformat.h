@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -43,7 +44,10 @@ private:
     std::string m_odd; // a date outside the cached years
 };
 
-// Appends one number in the print-statement form (exposed for the tests).
+// One number in the print-statement form, written at `out`; returns the end. Needs printNumberSize
+// characters at most.
+inline constexpr int printNumberSize = 40;
+char* writePrintNumber(char* out, double value, char decimalPoint);
 void appendPrintNumber(std::string& out, double value, char decimalPoint);
 
 // Where and why a file cannot be read.
@@ -83,7 +87,9 @@ private:
     std::vector<std::pair<std::string, int>> m_monthNames; // lower case, in the system's encoding
     QString m_datePattern;
     std::vector<int> m_columnOf; // header position -> field (see Columns)
-    int m_needed = 0;
+    static constexpr qint64 chunkSize = 64 * 1024; // read at a time
+    static constexpr qsizetype longestLine = 4096;
+    std::unique_ptr<char[]> m_buffer; // a chunk and the start of a line left from the one before
 };
 
 // A CSV file's name split into the security's name and symbol: "NAME.SYMBOL.csv" as the converter
