@@ -125,14 +125,19 @@ std::vector<Command> convertCommands()
     return {
         {"export",
          "FOLDER DEST [--locale LOCALE]",
-         "Writes every security of the data FOLDER as a CSV file into DEST (NAME.SYMBOL.csv, as the Data "
-         "Converter window does); one line per security left out on standard error, then the summary. Exits "
-         "with 1 when any security was left out.",
+         "Writes every security of the data FOLDER as a CSV file into DEST, as the Data Converter window does: "
+         "named NAME.SYMBOL.csv (the name cut to 10 characters), a first line Date,Open,High,Low,Close,Volume, "
+         "then one line per bar, oldest first, with the locale's short date and each number between blanks "
+         "(5/1/2004, 12.5 , 13 , 12.1 , 12.75 , 10000 ), lines ended by CR LF. One line per security left out on "
+         "standard error, then the summary; exits with 1 when any security was left out.",
          exportCommand},
         {"import",
          "SOURCE FOLDER [--locale LOCALE]",
-         "Turns every CSV file of SOURCE into a security of the data FOLDER, adding to securities that exist; "
-         "one line per file that could not be read, then the summary. Exits with 1 when any file failed.",
+         "Turns every *.csv file of SOURCE into a daily security of the data FOLDER (NAME.SYMBOL.csv or "
+         "SYMBOL.csv), adding to securities that exist and replacing bars of the same dates. The first line "
+         "names the columns: Date, High, Low, Close and Volume are needed, Open, OpenInt and Adj Close may be "
+         "there; dates are the locale's short date, yyyy-mm-dd or yyyymmdd. A file that cannot be read is "
+         "named with its line on standard error and changes nothing; exits with 1 when any file failed.",
          importCommand},
     };
 }

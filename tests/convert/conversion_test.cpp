@@ -7,7 +7,6 @@
 #include "convertfixture.h"
 
 #include <QDir>
-#include <QProcess>
 #include <QTemporaryDir>
 
 using namespace convert_test;
@@ -154,16 +153,16 @@ TEST(Export, NamesFilesReplacesOlderOnesAndWritesEmptySecurities)
         ASSERT_TRUE(writer.CloseFolder().ok());
     }
     QDir().mkpath(csv);
-    writeBytes(QDir(csv).filePath(QStringLiteral("ABCDE FGHI.XYZ.NS.csv")), "old contents");
+    store_test::writeFile(QDir(csv).filePath(QStringLiteral("ABCDE FGHI.XYZ.NS.csv")), "old contents");
 
     convert::ConversionReport report;
     ASSERT_TRUE(exportTo(source, csv, report).ok());
     EXPECT_EQ(report.converted, 2);
     EXPECT_EQ(report.bars, 1);
     EXPECT_EQ(QDir(csv).entryList(QDir::Files), (QStringList{"ABCDE FGHI.XYZ.NS.csv", "Fine.OK.csv"}));
-    EXPECT_EQ(fileBytes(QDir(csv).filePath(QStringLiteral("ABCDE FGHI.XYZ.NS.csv"))),
+    EXPECT_EQ(store_test::readFile(QDir(csv).filePath(QStringLiteral("ABCDE FGHI.XYZ.NS.csv"))),
               "Date,Open,High,Low,Close,Volume\r\n");
-    EXPECT_EQ(fileBytes(QDir(csv).filePath(QStringLiteral("Fine.OK.csv"))),
+    EXPECT_EQ(store_test::readFile(QDir(csv).filePath(QStringLiteral("Fine.OK.csv"))),
               "Date,Open,High,Low,Close,Volume\r\n5/1/2004, 1 , 2 , 0.5 , 1.5 , 100 \r\n");
     EXPECT_EQ(problemTexts(report),
               QStringList{"Slash.A/B.csv: the security A/B (Slash) cannot be written: a file name cannot hold \"/\""});
@@ -210,12 +209,13 @@ TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
     const QString csv = dir.filePath(QStringLiteral("csv"));
     const QString folder = dir.filePath(QStringLiteral("folder"));
     QDir().mkpath(csv);
-    writeBytes(QDir(csv).filePath(QStringLiteral("Alpha.AAA.csv")),
-               "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/5/2004, 2 , 3 , 2 , 3 , 20 \r\n");
-    writeBytes(
+    store_test::writeFile(
+        QDir(csv).filePath(QStringLiteral("Alpha.AAA.csv")),
+        "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/5/2004, 2 , 3 , 2 , 3 , 20 \r\n");
+    store_test::writeFile(
         QDir(csv).filePath(QStringLiteral("Bad.BBB.CSV")),
         "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/32/2004, 1 , 2 , 1 , 2 , 10 \r\n");
-    writeBytes(QDir(csv).filePath(QStringLiteral("notes.txt")), "not a CSV file");
+    store_test::writeFile(QDir(csv).filePath(QStringLiteral("notes.txt")), "not a CSV file");
     makeFolder(folder, 0, 0);
     {
         NoSyncFileSystem fs;
@@ -241,25 +241,8 @@ TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
         QStringLiteral("AAA"));
 }
 
-struct CliRun
-{
-    int status = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-CliRun cli(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(TICKSMITH_BUILD_DIR "/ticksmith-cli"), arguments);
-    CliRun run;
-    if (!process.waitForFinished(30000))
-        return run;
-    run.status = process.exitCode();
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    return run;
-}
+using store_test::cli;
+using store_test::CliRun;
 
 TEST(Cli, ExportsAndImportsWithOneLinePerProblem)
 {
@@ -270,9 +253,10 @@ TEST(Cli, ExportsAndImportsWithOneLinePerProblem)
     const CliRun exported = cli({"export", source, csv, "--locale", "de_DE"});
     EXPECT_EQ(exported.status, 0) << exported.err.constData();
     EXPECT_EQ(exported.out, "2 of 2 converted, 6 bars\n");
-    EXPECT_TRUE(fileBytes(QDir(csv).filePath(QStringLiteral("Name 0.S0.X.csv"))).contains("20.12.1999, 0,37 "));
+    EXPECT_TRUE(
+        store_test::readFile(QDir(csv).filePath(QStringLiteral("Name 0.S0.X.csv"))).contains("20.12.1999, 0,37 "));
 
-    writeBytes(QDir(csv).filePath(QStringLiteral("Broken.csv")), "Date,Close\n");
+    store_test::writeFile(QDir(csv).filePath(QStringLiteral("Broken.csv")), "Date,Close\n");
     const CliRun imported = cli({"import", csv, dir.filePath(QStringLiteral("back")), "--locale", "de_DE"});
     EXPECT_EQ(imported.status, 1);
     EXPECT_EQ(imported.out, "2 of 3 converted, 6 bars, 1 with problems\n");

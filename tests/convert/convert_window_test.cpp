@@ -49,7 +49,7 @@ TEST(ConvertWindow, ConvertsBothWaysAndSumsUpProblemsInOneMessage)
     window.Command3->click();
     EXPECT_EQ(QDir(csv).entryList(QDir::Files).size(), 3);
 
-    writeBytes(QDir(csv).filePath(QStringLiteral("Empty.csv")), "");
+    store_test::writeFile(QDir(csv).filePath(QStringLiteral("Empty.csv")), "");
     window.Text1->setText(csv);
     window.Text2->setText(back);
     window.Command2->click();

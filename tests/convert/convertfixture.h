@@ -1,11 +1,11 @@
 #pragma once
 
+#include "../store/storetest.h"
 #include "store/filesystem.h"
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
 
 #include <QByteArray>
-#include <QFile>
 #include <QMap>
 
 #include <gtest/gtest.h>
@@ -14,14 +14,7 @@
 
 namespace convert_test {
 
-// Flushing to the medium only makes folder-sized tests slow; layout and content are what they check.
-class NoSyncFileSystem : public store::FileSystem
-{
-public:
-    store::Status syncFiles(const QStringList&) override { return {}; }
-
-    store::Status syncFolder(const QString&) override { return {}; }
-};
+using store_test::NoSyncFileSystem;
 
 // Every bar of every daily security, by symbol; the values as the reader gives them.
 using FolderBars = QMap<QString, std::vector<store::PriceBar>>;
@@ -63,19 +56,6 @@ inline void makeFolder(const QString& folder, int securities, int bars)
         ASSERT_TRUE(writer.CloseSecurity().ok());
     }
     ASSERT_TRUE(writer.CloseFolder().ok());
-}
-
-inline QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-inline void writeBytes(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(bytes);
 }
 
 inline void expectSameBars(const std::vector<store::PriceBar>& actual,

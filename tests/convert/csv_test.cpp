@@ -1,24 +1,17 @@
 // The CSV form: numbers and lines as written, file names, and what the reader accepts and refuses.
 
+#include "../store/storetest.h"
 #include "convert/csvformat.h"
 
 #include <QBuffer>
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <string>
 
 namespace {
 
-template<class Param>
-std::string nameOf(const ::testing::TestParamInfo<Param>& info)
-{
-    std::string name;
-    for (const char* c = info.param.what; *c; ++c)
-        name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-    return name;
-}
+using store_test::nameOf;
 
 struct NumberCase
 {

@@ -3,6 +3,7 @@
 
 #include "app/frmmain.h"
 #include "app/frmsettings.h"
+#include "convert/windows/frmconvert.h"
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
@@ -105,5 +106,9 @@ int main(int argc, char** argv)
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
     ok = saveDownload(context, folder) && ok;
+    convert::frmConvert converter(context);
+    converter.Text1->setText(QStringLiteral("/data/asx"));
+    converter.Text2->setText(QStringLiteral("/data/csv"));
+    ok = save(converter, folder, "convert") && ok;
     return ok ? 0 : 1;
 }

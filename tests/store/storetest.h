@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QMap>
+#include <QProcess>
 #include <QString>
 
 #include <gtest/gtest.h>
@@ -114,6 +115,27 @@ inline std::vector<store::SecurityDescriptor> securitiesOf(const QString& folder
     }
     EXPECT_OK(reader.Close());
     return found;
+}
+
+// A run of the real ticksmith-cli: its exit status and what it printed.
+struct CliRun
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+inline CliRun cli(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(TICKSMITH_BUILD_DIR "/ticksmith-cli"), arguments);
+    CliRun run;
+    if (!process.waitForFinished(30000))
+        return run;
+    run.status = process.exitCode();
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
 }
 
 } // namespace store_test
