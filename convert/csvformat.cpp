@@ -560,7 +560,7 @@ CsvFileName splitCsvFileName(const QString& fileName)
     }
     auto split = [&stem](qsizetype dot) { return CsvFileName{stem.left(dot).trimmed(), stem.mid(dot + 1)}; };
     for (qsizetype dot : dots) {
-        if (QStringView(stem).mid(dot + 1).startsWith(QStringView(stem).left(dot)))
+        if (QStringView(stem).mid(dot + 1).startsWith(QStringView(stem).left(dot), Qt::CaseInsensitive))
             return split(dot);
     }
     if (!dots.empty())

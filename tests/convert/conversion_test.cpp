@@ -75,9 +75,9 @@ INSTANTIATE_TEST_SUITE_P(Convert,
                          [](const auto& param) { return QLocale::languageToCode(param.param).toStdString(); });
 
 // Real folders written by other tools. Files cannot hold a "/" of a name, and a name whose first 10
-// characters hold a dot may read back under another symbol; every other security comes back whole. Of
-// the large folder every tenth file is read back (still reaching XMASTER), as each security is a step
-// of its own on the disk.
+// characters hold a dot (and that is not the symbol) may read back under another symbol; every other security comes
+// back whole. Of the large folder every tenth file is read back (still reaching XMASTER), as each security is a step of
+// its own on the disk.
 class SampleRoundTrip : public ::testing::TestWithParam<const char*>
 {};
 
@@ -116,7 +116,8 @@ TEST_P(SampleRoundTrip, GivesBackEveryBarOfEveryDailySecurity)
         if (!QFile::exists(QDir(csv).filePath(file)))
             continue;
         const QString symbol = convert::splitCsvFileName(file).symbol.toUpper();
-        if (!security.name.left(10).contains(u'.')) {
+        const QString cut = security.name.left(10);
+        if (!cut.contains(u'.') || security.symbol.startsWith(cut, Qt::CaseInsensitive)) {
             EXPECT_EQ(symbol, security.symbol.toUpper());
         }
         ASSERT_TRUE(actual.contains(symbol)) << qPrintable(symbol);

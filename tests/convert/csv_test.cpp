@@ -83,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(NameCase{"name cut and symbol with dot", "ABCDE FGHI.XYZ.NS.csv", "ABCDE FGHI", "XYZ.NS"},
                       NameCase{"symbol only", "IBM.csv", "IBM", "IBM"},
                       NameCase{"name is the symbol", "WSPG.L.WSPG.L.csv", "WSPG.L", "WSPG.L"},
-                      NameCase{"name is the symbol cut", "MTROSDBA.S.MTROSDBA.ST.csv", "MTROSDBA.S", "MTROSDBA.ST"},
+                      NameCase{"name is the symbol cut", "MTROsdba.S.MTROSDBA.ST.csv", "MTROsdba.S", "MTROSDBA.ST"},
                       NameCase{"dot in name before lower case", "Aust.Pacif.AQC.csv", "Aust.Pacif", "AQC"},
                       NameCase{"short name symbol with dot", "Endesa.ELE.MC.csv", "Endesa", "ELE.MC"},
                       NameCase{"index symbol", "Dow Jones ..DJX.csv", "Dow Jones", ".DJX"},
