@@ -31,7 +31,16 @@ struct ConversionReport
     std::vector<FileProblem> problems;
     bool cancelled = false;
 
-    QString summary() const;
+    // "3 of 4 converted, 12 bars, 1 with problems".
+    QString summary() const
+    {
+        QString text = QStringLiteral("%1 of %2 converted, %3 bars").arg(converted).arg(total).arg(bars);
+        if (!problems.empty())
+            text += QStringLiteral(", %1 with problems").arg(problems.size());
+        if (cancelled)
+            text += QStringLiteral(", cancelled");
+        return text;
+    }
 };
 
 // Called after each security or file with the number handled so far, the number in all and the file's

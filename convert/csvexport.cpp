@@ -29,16 +29,6 @@ bool holdsForbiddenCharacter(const QString& fileName, QChar& found)
 
 } // namespace
 
-QString ConversionReport::summary() const
-{
-    QString text = QStringLiteral("%1 of %2 converted, %3 bars").arg(converted).arg(total).arg(bars);
-    if (!problems.empty())
-        text += QStringLiteral(", %1 with problems").arg(problems.size());
-    if (cancelled)
-        text += QStringLiteral(", cancelled");
-    return text;
-}
-
 store::Status exportFolder(store::FileSystem& fs,
                            const QString& source,
                            const QString& destination,
