@@ -35,5 +35,6 @@ std::vector<Command> storeCommands();
 std::vector<Command> quoteCommands();
 std::vector<Command> downloadCommands();
 std::vector<Command> adjustCommands();
+std::vector<Command> convertCommands();
 
 } // namespace cli

@@ -12,7 +12,8 @@ namespace {
 std::vector<cli::Command> allCommands()
 {
     std::vector<cli::Command> commands;
-    for (auto group : {cli::storeCommands(), cli::adjustCommands(), cli::quoteCommands(), cli::downloadCommands()})
+    for (auto group : {cli::storeCommands(), cli::adjustCommands(), cli::quoteCommands(), cli::downloadCommands(),
+                       cli::convertCommands()})
         commands.insert(commands.end(), group.begin(), group.end());
     return commands;
 }
