@@ -447,6 +447,10 @@ Status MetaStockWriter::CloseSecurity()
     if (!m_open || m_selected == 0)
         return {};
     Status result = flush();
+    // Written bars are read again should the security be selected again, so that a long session (the
+    // converter's, which writes a whole folder) holds the bars of one security at a time.
+    if (result.ok())
+        m_loaded.erase(m_selected);
     m_selected = 0;
     return result;
 }
@@ -501,10 +505,8 @@ Status MetaStockWriter::flush()
     Status result = transaction.commit(committed);
     if (!committed)
         return result;
-    // The change is made; if tidying up failed, one more recovery usually finishes it, and otherwise
-    // the next OpenFolder does.
-    if (!result.ok() && recoverFolder(m_fs, m_index.path).ok())
-        result = Status();
+    // The change is made, and a failure afterwards (the tidying up, or a flush that makes it
+    // durable) is reported; the next OpenFolder finishes what is left.
     for (auto& [number, loaded] : m_loaded)
         loaded.changed = false;
     m_removedFiles.clear();

@@ -4,6 +4,7 @@
 #include "app/frmmain.h"
 #include "app/frmsettings.h"
 #include "chart/windows/frmchart.h"
+#include "convert/windows/frmconvert.h"
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
@@ -238,6 +239,10 @@ int main(int argc, char** argv)
     ok = saveDownload(context, folder) && ok;
     ok = saveOpenAndDataSheet(context, folder) && ok;
     ok = saveCharts(context, folder) && ok;
+    convert::frmConvert converter(context);
+    converter.Text1->setText(QStringLiteral("/data/asx"));
+    converter.Text2->setText(QStringLiteral("/data/csv"));
+    ok = save(converter, folder, "convert") && ok;
     ok = saveFinder(context, folder) && ok;
     context->state.lookupNames = {QStringLiteral("BHP Group"),
                                   QStringLiteral("Fortescue"),

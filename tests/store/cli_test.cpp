@@ -2,32 +2,14 @@
 
 #include "storetest.h"
 
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-struct CliRun
-{
-    int status = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-CliRun cli(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(TICKSMITH_BUILD_DIR "/ticksmith-cli"), arguments);
-    CliRun run;
-    if (!process.waitForFinished(30000))
-        return run;
-    run.status = process.exitCode();
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    return run;
-}
+using store_test::cli;
+using store_test::CliRun;
 
 TEST(Cli, CreateListCheck)
 {
@@ -63,6 +45,29 @@ TEST(Cli, CreateListCheck)
     const CliRun damaged = cli({"check", folder});
     EXPECT_EQ(damaged.status, 1);
     EXPECT_TRUE(damaged.out.startsWith("F2.DAT: ")) << damaged.out.constData();
+}
+
+// Leftovers of a writer that died: check lists them, check --repair removes them and says so.
+TEST(Cli, CheckRepairsLeftovers)
+{
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QStringLiteral("data"));
+    ASSERT_EQ(cli({"create", folder, "ABC", "Alpha", "2024-01-02"}).status, 0);
+    store_test::writeFile(QDir(folder).filePath(QStringLiteral("MASTER.TSTMP")), "half");
+    store_test::writeFile(QDir(folder).filePath(QStringLiteral("TICKSMITH.LCK")), {});
+
+    const CliRun check = cli({"check", folder});
+    EXPECT_EQ(check.status, 1);
+    EXPECT_TRUE(check.out.contains("MASTER.TSTMP: an interrupted update")) << check.out.constData();
+    EXPECT_TRUE(check.out.contains("TICKSMITH.LCK: left by a writer that ended")) << check.out.constData();
+
+    const CliRun repair = cli({"check", "--repair", folder});
+    EXPECT_EQ(repair.status, 0) << repair.err.constData();
+    EXPECT_EQ(repair.out,
+              "Repaired: removed the lock file of a writer that ended (unknown)\n"
+              "Repaired: removed the temporary file MASTER.TSTMP\n"
+              "No problems found\n");
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files), QStringList({"EMASTER", "F1.DAT", "MASTER"}));
 }
 
 TEST(Cli, BarsMatchTheReferenceFormat)

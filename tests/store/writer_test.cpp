@@ -325,6 +325,21 @@ TEST_F(WriterTest, RenamesAndDeletesSecurities)
     EXPECT_TRUE(snapshot(m_folder).contains("F2.DAT"));
 }
 
+// A journal an earlier version left (names only, no digests) is still finished when the folder opens.
+TEST_F(WriterTest, FinishesAJournalOfTheEarlierForm)
+{
+    create("ABC", "Alpha", 20040105);
+    const auto before = snapshot(m_folder);
+    const QDir dir(m_folder);
+    store_test::writeFile(dir.filePath("EMASTER.TSTMP"), before["EMASTER"]);
+    store_test::writeFile(dir.filePath("STRAY"), "x");
+    store_test::writeFile(dir.filePath("TICKSMITH.JNL"), "R EMASTER\nD STRAY\n");
+    W writer;
+    ASSERT_OK(writer.OpenFolder(m_folder));
+    ASSERT_OK(writer.CloseFolder());
+    EXPECT_EQ(snapshot(m_folder), before);
+}
+
 TEST_F(WriterTest, FolderWithoutIndexFilesOpensEmpty)
 {
     ASSERT_TRUE(QDir().mkpath(m_folder));
