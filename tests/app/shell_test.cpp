@@ -116,6 +116,9 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
 {
     TestContext context;
     app::frmMain window(context);
+    // Every task window is wired now; an item whose opener is taken away shows how one without a window
+    // behaves.
+    window.setOpener(window.mnuSecFinder, {});
     EXPECT_FALSE(window.mnuSecFinder->isEnabled());
     EXPECT_FALSE(window.Toolbar1->actions()[5 - 1]->isEnabled());
     EXPECT_TRUE(window.mnuSymbolBrowser->isEnabled());
