@@ -107,8 +107,10 @@ int download(const QStringList& arguments, Io& io)
             found.append(security.symbol);
             if (!download::canDownload(security.lastDate))
                 io.err << "ticksmith-cli: " << security.symbol << " has no bars to continue from; left out\n";
-            else if (download::tickedByDefault(security.lastDate, today))
-                items.append(*download::makeDownloadItem(security.symbol, security.lastDate, folder, today));
+            // Correction is asked for whatever a security already holds, today's bar included.
+            else if (request->options.dataCorrection || download::tickedByDefault(security.lastDate, today))
+                items.append(
+                    *download::makeDownloadItem(security.symbol, security.firstDate, security.lastDate, folder, today));
         }
     }
     for (const QString& symbol : request->symbols) {
@@ -123,10 +125,6 @@ int download(const QStringList& arguments, Io& io)
                << " or the address in the Settings window\n";
     download::HttpChannel channel(addresses);
     download::DownloadJob::Events events;
-    events.historyFailed = [&io](const QString& symbol, const QString& error) {
-        io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
-        io.err.flush();
-    };
     events.ignoredError = [&io](const QString& symbol, const QString& error) {
         io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
         io.err.flush();
@@ -134,6 +132,10 @@ int download(const QStringList& arguments, Io& io)
     events.recorded = [&io](int, int, const context::DownloadResult& result) {
         io.out << result.symbol << "\t" << result.status << "\n";
         io.out.flush();
+        if (!result.reason.isEmpty()) {
+            io.err << "ticksmith-cli: " << result.symbol << ": " << result.reason << "\n";
+            io.err.flush();
+        }
     };
     download::DownloadJob job(channel, QLocale(), std::move(events));
     const download::JobOutcome outcome = job.run(items, request->options, today);

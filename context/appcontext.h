@@ -45,11 +45,13 @@ struct DownloadItem
     QString folder;
 };
 
-// The outcome of one security: "OK", "Up to date", "No Data" or "No Connection".
+// The outcome of one security: "OK", "Up to date", "No Data" or "No Connection", and why, when the
+// status alone does not say (the service's answer to a failed request, rows left out).
 struct DownloadResult
 {
     QString symbol;
     QString status;
+    QString reason = {};
 };
 
 // State the windows share for the whole run of the program.

@@ -101,11 +101,14 @@ private:
         return status.ok() || failed(symbol, status.text());
     }
 
-    bool writeHistory(store::MetaStockWriter& writer, const QString& symbol, const DailyQuotes& rows);
-    void writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol);
+    // Hands the rows to the writer oldest first; what it leaves out goes into reasons.
+    bool
+    writeHistory(store::MetaStockWriter& writer, const QString& symbol, const DailyQuotes& rows, QStringList& reasons);
+    // True when today's bar was written from the current quote.
+    bool writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol);
     bool replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar);
     void closeWriter(store::MetaStockWriter& writer, const QString& symbol);
-    void record(const QString& symbol, const QString& result);
+    void record(const QString& symbol, const QString& result, const QString& reason = {});
 
     DownloadJob& m_job;
     const DownloadOptions& m_options;
@@ -134,9 +137,10 @@ bool DownloadJob::Run::security(const context::DownloadItem& item)
     m_failureReported = false;
     if (!m_options.dataCorrection) {
         if (!from.isValid()) {
-            if (!failed(symbol, QStringLiteral("the start date \"%1\" is not a date").arg(item.fromDate)))
+            const QString reason = QStringLiteral("the start date \"%1\" is not a date").arg(item.fromDate);
+            if (!failed(symbol, reason))
                 return false;
-            record(symbol, ResultNoData);
+            record(symbol, ResultNoData, reason);
             return true;
         }
         if (isUpToDate(from, m_today, m_options.weekendQuotes)) {
@@ -158,27 +162,33 @@ bool DownloadJob::Run::security(const context::DownloadItem& item)
     DailyQuotes rows;
     clsDailyQuotes history(m_job.m_channel, rows);
     history.DownloadDailyQuotes(symbol, m_options.dataCorrection ? m_options.correctionFrom : from, m_today);
-    if (history.Status() != clsDailyQuotes::StatusOk && m_job.m_events.historyFailed)
-        m_job.m_events.historyFailed(symbol, history.errorString());
-    if (history.Status() == clsDailyQuotes::StatusOk && !writeHistory(writer, symbol, rows))
+    QStringList reasons;
+    if (history.Status() != clsDailyQuotes::StatusOk)
+        reasons.append(history.errorString());
+    if (history.Status() == clsDailyQuotes::StatusOk && !writeHistory(writer, symbol, rows, reasons))
         return false;
 
     m_carryOn = true;
-    if (m_options.currentQuote) {
-        // A current quote makes the security "OK" whatever its history brought.
-        writeCurrentQuote(writer, symbol);
-        closeWriter(writer, symbol);
-        record(symbol, ResultOk);
-        return true;
-    }
+    // A bar from the current quote makes the security "OK" whatever its history brought; a quote
+    // without one ("N/A") leaves the verdict to the history.
+    const bool quoteWritten = m_options.currentQuote && writeCurrentQuote(writer, symbol);
     closeWriter(writer, symbol);
-    record(symbol, from > m_today ? ResultUpToDate : classify(history.Status()));
+    const QString reason = reasons.join(QStringLiteral("; "));
+    if (quoteWritten)
+        record(symbol, ResultOk, reason);
+    else
+        record(symbol, from > m_today ? ResultUpToDate : classify(history.Status()), reason);
     return true;
 }
 
-bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QString& symbol, const DailyQuotes& rows)
+bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer,
+                                    const QString& symbol,
+                                    const DailyQuotes& rows,
+                                    QStringList& reasons)
 {
     const auto count = int(rows.size());
+    const qint32 today = barDateOf(m_today);
+    int future = 0;
     for (int j = count - 1; j >= 0; --j) {
         if (m_job.m_events.barWritten)
             m_job.m_events.barWritten(count - j, count);
@@ -187,6 +197,12 @@ bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QStrin
         if (!date) {
             if (!failed(symbol, QStringLiteral("the service's date \"%1\" is not a date").arg(row.date)))
                 return false;
+            continue;
+        }
+        // A bar dated after today would make every later run find the security up to date and so
+        // freeze it: whatever the service says, the future is not written.
+        if (*date > today) {
+            ++future;
             continue;
         }
         const store::PriceBar bar{*date, 0, row.open, row.high, row.low, row.close, double(row.volume), 0};
@@ -198,26 +214,30 @@ bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QStrin
     }
     if (m_job.m_events.barWritten)
         m_job.m_events.barWritten(0, count);
+    if (future > 0)
+        reasons.append(QStringLiteral("%1 rows dated after today were not written").arg(future));
     return true;
 }
 
-void DownloadJob::Run::writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol)
+bool DownloadJob::Run::writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol)
 {
     clsStockQuote quote(m_job.m_channel, m_job.m_locale);
     quote.setSymbol(symbol);
     if (quote.Opening() == QLatin1String("N/A"))
-        return;
+        return false;
     const std::optional<double> open = serviceNumber(quote.Opening());
     const std::optional<double> high = serviceNumber(quote.DayHigh());
     const std::optional<double> low = serviceNumber(quote.DayLow());
     const std::optional<double> close = serviceNumber(quote.Quote());
     const std::optional<double> volume = quoteVolume(quote.Volume(), m_job.m_locale);
     if (!open || !high || !low || !close || !volume) {
-        failed(symbol, QStringLiteral("the current quote holds a value that is not a number"));
-        return;
+        // The current-quote step always runs carrying on past failures.
+        (void)failed(symbol, QStringLiteral("the current quote holds a value that is not a number"));
+        return false;
     }
-    // The current-quote step always runs carrying on past failures, so its outcome needs no answer.
+    const int failuresBefore = outcome.ignoredErrors;
     (void)replaceBar(writer, symbol, {barDateOf(m_today), 0, *open, *high, *low, *close, *volume, 0});
+    return outcome.ignoredErrors == failuresBefore;
 }
 
 bool DownloadJob::Run::replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar)
@@ -243,9 +263,9 @@ void DownloadJob::Run::closeWriter(store::MetaStockWriter& writer, const QString
     (void)check(writer.CloseFolder(), symbol);
 }
 
-void DownloadJob::Run::record(const QString& symbol, const QString& result)
+void DownloadJob::Run::record(const QString& symbol, const QString& result, const QString& reason)
 {
-    outcome.results.append({symbol, result});
+    outcome.results.append({symbol, result, reason});
     if (result == ResultOk)
         ++outcome.counters.completed;
     else if (result == ResultUpToDate)

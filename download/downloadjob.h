@@ -89,8 +89,6 @@ public:
         std::function<void(int index, int total, const QString& symbol, const DownloadCounters& counters)> checking;
         // Its history is about to be requested.
         std::function<void(const QString& symbol)> downloading;
-        // The history request brought no usable data: the symbol and why.
-        std::function<void(const QString& symbol, const QString& error)> historyFailed;
         // Bar done of total of its history was handed to the writer; (0, total) once all are written.
         std::function<void(int done, int total)> barWritten;
         // Its result is recorded; cancel() called from here takes effect before the next security.

@@ -77,7 +77,8 @@ QList<context::DownloadItem> listFolder(const QString& folder, QDate today)
     if (!download::listSecurities(folder, securities).ok())
         return items;
     for (const auto& security : securities) {
-        if (const auto item = download::makeDownloadItem(security.symbol, security.lastDate, folder, today))
+        if (const auto item =
+                download::makeDownloadItem(security.symbol, security.firstDate, security.lastDate, folder, today))
             items.append(*item);
     }
     return items;
