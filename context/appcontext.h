@@ -63,7 +63,7 @@ struct SharedState
 
     // Options of the "settings" table, mirrored at start-up and on Apply.
     qint16 s1 = 0; // 1: also download quotes dated Saturday and Sunday
-    qint16 s2 = 0; // the "Threads" value, kept and edited but read by nothing else
+    qint16 s2 = 0; // the "Threads" value: how many securities a download asks for at once
 
     bool downloadWeekendQuotes() const { return s1 != 0; }
 

@@ -78,12 +78,16 @@ TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate
     addServed(QStringLiteral("MSFT"), today);
     server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::NotFound;
 
-    const CliRun first = download({folder, QStringLiteral("--weekend")});
+    const CliRun first =
+        download({folder, QStringLiteral("--weekend"), QStringLiteral("--threads"), QStringLiteral("3")});
     EXPECT_EQ(first.exitCode, 1);
     EXPECT_EQ(first.out, "BAD\tNo Data\nFUT\tUp to date\nIBM\tOK\n" + Summary.arg(1).arg(1).arg(1));
     EXPECT_TRUE(first.err.contains(QStringLiteral("BAD: "))) << first.err.toStdString();
     EXPECT_TRUE(first.err.contains(QStringLiteral("404"))) << first.err.toStdString();
-    EXPECT_EQ(historySymbols(server), (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
+    // Three at a time: the server may see them in any order.
+    QStringList asked = historySymbols(server);
+    asked.sort();
+    EXPECT_EQ(asked, (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
     EXPECT_EQ(barsOf(folder, QStringLiteral("BAD")).size(), 31) << "nothing written for it";
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 
@@ -92,7 +96,7 @@ TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate
     EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
     EXPECT_EQ(second.out, "BAD\tOK\nFUT\tUp to date\n" + Summary.arg(1).arg(1).arg(0));
     EXPECT_TRUE(second.err.isEmpty()) << second.err.toStdString();
-    EXPECT_EQ(historySymbols(server), (QStringList{"BAD", "IBM", "BAD"}));
+    EXPECT_EQ(historySymbols(server).mid(2), QStringList{"BAD"});
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 }
 
@@ -155,6 +159,7 @@ INSTANTIATE_TEST_SUITE_P(Arguments,
                                          QStringList{"download", "FOLDER", "--symbol"},
                                          QStringList{"download", "FOLDER", "--symbol", "NOPE"},
                                          QStringList{"download", "FOLDER", "--correction-from", "2024-13-01"},
+                                         QStringList{"download", "FOLDER", "--threads", "6"},
                                          QStringList{"download", "FOLDER", "FOLDER/missing"}));
 
 } // namespace
