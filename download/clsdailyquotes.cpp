@@ -54,24 +54,28 @@ bool DailyQuotesReader::read(QByteArrayView piece)
     if (!m_error.isEmpty())
         return false;
     m_empty = m_empty && piece.isEmpty();
-    for (const char c : piece) {
-        if (c == ',' || c == '\r' || c == '\n') {
-            if (!endToken())
-                return false;
-            continue;
-        }
+    while (!piece.isEmpty()) {
+        const char* const begin = piece.data();
+        const char* end = begin;
+        while (end != begin + piece.size() && *end != ',' && *end != '\r' && *end != '\n')
+            ++end;
         // Only the six read fields of a data row are kept; the header and the adjusted close are passed.
         const qint64 column = (m_separators - 7) % 7;
-        if (m_separators < 7 || column == 6)
-            continue;
-        QByteArray& field = m_fields[column];
-        if (field.size() == MaxFieldBytes) {
-            m_error = QStringLiteral("Row %1 of the history reply holds a field of more than %2 bytes.")
-                          .arg(m_parsed.rows.size() + 1)
-                          .arg(MaxFieldBytes);
-            return false;
+        if (m_separators >= 7 && column < 6 && end != begin) {
+            QByteArray& field = m_fields[column];
+            if (field.size() + (end - begin) > MaxFieldBytes) {
+                m_error = QStringLiteral("Row %1 of the history reply holds a field of more than %2 bytes.")
+                              .arg(m_parsed.rows.size() + 1)
+                              .arg(MaxFieldBytes);
+                return false;
+            }
+            field.append(begin, end - begin);
         }
-        field += c;
+        if (end == begin + piece.size())
+            break;
+        if (!endToken())
+            return false;
+        piece = piece.sliced(end - begin + 1);
     }
     return true;
 }

@@ -277,6 +277,47 @@ TEST_F(DownloadJobTest, ThreadsChangeNothingButHowManyRequestsWaitAtOnce)
     EXPECT_TRUE(one == store_test::snapshot(other)) << "the folders differ";
 }
 
+TEST_F(DownloadJobTest, CancelFinishesTheSecurityInHandAndAbortsTheRequestsWaitingAhead)
+{
+    for (const char* symbol : {"A", "B", "C", "D"})
+        addServed(QLatin1String(symbol), QDate(2024, 6, 5));
+    for (const char* symbol : {"B", "C", "D"})
+        server.symbol(QLatin1String(symbol)).misbehaviour = QuoteServer::Misbehaviour::NoReply;
+    DownloadJob* running = nullptr;
+    events.recorded = [&running](int, int, const context::DownloadResult&) { running->cancel(); };
+    DownloadJob job(channel, context->locale, events);
+    running = &job;
+    DownloadOptions options;
+    options.threads = 4;
+
+    const JobOutcome outcome = job.run(
+        {item(QStringLiteral("A")), item(QStringLiteral("B")), item(QStringLiteral("C")), item(QStringLiteral("D"))},
+        options,
+        today);
+    EXPECT_EQ(outcome.end, JobOutcome::End::Cancelled);
+    EXPECT_EQ(statuses(outcome), QStringList{"A=OK"});
+    expectBars(barsOf(folder, QStringLiteral("A")), server.symbol(QStringLiteral("A")).history);
+    EXPECT_EQ(barsOf(folder, QStringLiteral("B")).size(), 36);
+}
+
+TEST_F(DownloadJobTest, ReportsTheSlowestRequestsSlowestFirst)
+{
+    for (const char* symbol : {"A", "B", "C"})
+        addServed(QLatin1String(symbol), QDate(2024, 6, 5));
+    server.symbol(QStringLiteral("B")).misbehaviour = QuoteServer::Misbehaviour::Slow;
+    server.slowDelay = std::chrono::milliseconds(300);
+    DownloadOptions options;
+    options.threads = 3;
+
+    const JobOutcome outcome =
+        run({item(QStringLiteral("A")), item(QStringLiteral("B")), item(QStringLiteral("C"))}, options);
+    ASSERT_EQ(outcome.slowestRequests.size(), 3);
+    EXPECT_EQ(outcome.slowestRequests[0].symbol, QStringLiteral("B"));
+    EXPECT_TRUE(outcome.slowestRequests[0].request.startsWith(server.url() + "/table.csv?s=B&"));
+    const QString text = download::slowestRequestsText(outcome.slowestRequests);
+    EXPECT_TRUE(text.startsWith(QStringLiteral("Slowest requests: B 0."))) << text.toStdString();
+}
+
 struct WeekendCase
 {
     QDate from;
