@@ -12,7 +12,7 @@ namespace {
 std::vector<cli::Command> allCommands()
 {
     std::vector<cli::Command> commands;
-    for (auto group : {cli::storeCommands(), cli::quoteCommands(), cli::downloadCommands()})
+    for (auto group : {cli::storeCommands(), cli::adjustCommands(), cli::quoteCommands(), cli::downloadCommands()})
         commands.insert(commands.end(), group.begin(), group.end());
     return commands;
 }

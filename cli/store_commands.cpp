@@ -7,47 +7,16 @@
 #include "store/metastock/report.h"
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
+#include "storestatus.h"
 
 namespace cli {
 
 namespace {
 
-// Refused arguments and folders that cannot be read are usage errors; everything else that fails
-// (a busy folder, a failed write) is a problem of the run.
-int exitFor(const store::Status& status)
-{
-    switch (status.code()) {
-    case store::ErrorCode::None:
-        return Success;
-    case store::ErrorCode::InvalidArgument:
-    case store::ErrorCode::NotFound:
-    case store::ErrorCode::Damaged:
-        return Usage;
-    default:
-        return Problems;
-    }
-}
-
-int fail(Io& io, const store::Status& status)
-{
-    io.err << "ticksmith-cli: " << status.text() << "\n";
-    return exitFor(status);
-}
-
 int usage(Io& io, const char* synopsis)
 {
     io.err << "Usage: ticksmith-cli " << synopsis << "\n";
     return Usage;
-}
-
-QString isoDate(qint32 date)
-{
-    if (date == 0)
-        return QStringLiteral("N/A");
-    return QStringLiteral("%1-%2-%3")
-        .arg(date / 10000, 4, 10, QChar(u'0'))
-        .arg(date / 100 % 100, 2, 10, QChar(u'0'))
-        .arg(date % 100, 2, 10, QChar(u'0'));
 }
 
 QString periodicityName(qint32 code)

@@ -150,9 +150,9 @@ TEST_F(WriterTest, NewSecurityKeepsItsFirstDateWithoutBars)
 
     append({bar(20040316, 1), bar(20040317, 2)});
     EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040317));
-    // Deleting every bar again falls back to the first date.
+    // Deleting every bar leaves the date of the newest one, so a download continues after it.
     edit([](W& w) { ASSERT_OK(w.DeleteBarsBetween("20040101", "20041231")); });
-    EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040316));
+    EXPECT_EQ(indexDates(), std::make_pair(20040317, 20040317));
     EXPECT_EQ(problemsOf(m_folder), QString());
 }
 
@@ -282,6 +282,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadInput{"symbol of 15 characters", [](W& w) { return w.CreateSecurity("ABCDEFGHIJKLMNO", "n", 1); }},
         BadInput{"empty symbol", [](W& w) { return w.CreateSecurity("  ", "n", 1); }},
+        BadInput{"empty name", [](W& w) { return w.ChangeSecurity("ABC", " ", "ABC"); }},
         BadInput{"name of 46 characters", [](W& w) { return w.CreateSecurity("X", QString(46, u'n'), 1); }},
         BadInput{"name outside Latin-1", [](W& w) { return w.CreateSecurity("X", QStringLiteral("Zloty \u0141"), 1); }},
         BadInput{"control character", [](W& w) { return w.CreateSecurity("X\tY", "n", 1); }},
