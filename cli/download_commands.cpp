@@ -6,6 +6,7 @@
 #include "download/httpchannel.h"
 #include "download/selection.h"
 #include "store/arguments.h"
+#include "symbols/installation.h"
 #include "symbols/symbolsdb.h"
 
 #include <QCoreApplication>
@@ -36,8 +37,9 @@ struct Request
 int threadsSetting()
 {
     context::AppContext context;
-    const QString home = qEnvironmentVariable("TICKSMITH_HOME");
-    context.programFolder = home.isEmpty() ? QCoreApplication::applicationDirPath() : home;
+    const symbols::Installation installation = symbols::currentInstallation();
+    context.programFolder = installation.programFolder;
+    context.dataFolder = installation.dataFolder;
     try {
         return std::clamp(int(symbols::readOptions(context).s2), 1, download::MaxThreads);
     } catch (const symbols::DatabaseError&) {
