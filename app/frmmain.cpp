@@ -25,6 +25,7 @@
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QHash>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMdiArea>
@@ -81,6 +82,20 @@ frmMain::~frmMain()
     m_context.makeChart = nullptr;
     if (m_context.mainWindow == this)
         m_context.mainWindow = nullptr;
+}
+
+// The public page where a user looks up a symbol at the quote source chosen in Settings ("Sources/Source");
+// the specified service has none, so the item does nothing for it.
+static QString symbolSearchPage(const QSettings& settings)
+{
+    static const QHash<QString, QString> pages = {
+        {QStringLiteral("yahoo"), QStringLiteral("https://finance.yahoo.com/lookup")},
+        {QStringLiteral("stooq"), QStringLiteral("https://stooq.com/")},
+        {QStringLiteral("alphavantage"), QStringLiteral("https://www.alphavantage.co/")},
+        {QStringLiteral("tiingo"), QStringLiteral("https://www.tiingo.com/")},
+        {QStringLiteral("eodhd"), QStringLiteral("https://eodhd.com/")},
+    };
+    return pages.value(settings.value(QStringLiteral("Sources/Source")).toString());
 }
 
 static QAction* separator(QMenu* menu, const char* name, bool visible = true)
@@ -210,7 +225,8 @@ void frmMain::buildMenus()
         m_context.runModal(about);
     });
     connect(mnuLookUp, &QAction::triggered, this, [this] {
-        GoURL(m_context.settings->value(QStringLiteral("Help/SymbolLookupUrl")).toString());
+        GoURL(m_context.settings->value(QStringLiteral("Help/SymbolLookupUrl"), symbolSearchPage(*m_context.settings))
+                  .toString());
     });
     connect(mnuUpdates, &QAction::triggered, this, [this] {
         GoURL(m_context.settings->value(QStringLiteral("Help/UpdatesUrl"), QStringLiteral(TICKSMITH_HOMEPAGE))

@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 namespace app {
@@ -52,10 +53,15 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     txtHistoryUrl = address("txtHistoryUrl", QStringLiteral("https://history.example.net"));
     txtQuoteUrl = address("txtQuoteUrl", QStringLiteral("https://quotes.example.net"));
     txtIntradayChartUrl = address("txtIntradayChartUrl", QStringLiteral("https://charts.example.net/?s={symbol}"));
+    spnTimeout = new QSpinBox(service);
+    spnTimeout->setObjectName(QStringLiteral("spnTimeout"));
+    spnTimeout->setRange(1, 3600);
+    spnTimeout->setSuffix(QStringLiteral(" s"));
     auto* serviceLayout = new QFormLayout(service);
     serviceLayout->addRow(QStringLiteral("Daily history:"), txtHistoryUrl);
     serviceLayout->addRow(QStringLiteral("Current quote:"), txtQuoteUrl);
     serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
+    serviceLayout->addRow(QStringLiteral("Request timeout:"), spnTimeout);
 
     // Why the options below cannot be read or kept: the symbol database could not be prepared at start.
     lblSetupProblem = context::named(new QLabel(context.setupProblem, this), "lblSetupProblem");
@@ -97,6 +103,9 @@ void frmSettings::Form_Load()
     txtHistoryUrl->setText(settings.value(QLatin1String(download::HistoryUrlKey)).toString());
     txtQuoteUrl->setText(settings.value(QLatin1String(download::QuoteUrlKey)).toString());
     txtIntradayChartUrl->setText(settings.value(symbols::kIntradayChartUrlKey).toString());
+    spnTimeout->setValue(
+        int(std::chrono::duration_cast<std::chrono::seconds>(download::HttpLimits::fromSettings(settings).timeout)
+                .count()));
     Label1->setText(QString::number(Slider1->value()));
     try {
         const symbols::Options options = symbols::readOptions(m_context);
@@ -138,6 +147,7 @@ bool frmSettings::Command2_Click()
     settings.setValue(QLatin1String(download::HistoryUrlKey), txtHistoryUrl->text().trimmed());
     settings.setValue(QLatin1String(download::QuoteUrlKey), txtQuoteUrl->text().trimmed());
     settings.setValue(symbols::kIntradayChartUrlKey, txtIntradayChartUrl->text().trimmed());
+    settings.setValue(QLatin1String(download::TimeoutKey), spnTimeout->value());
     return true;
 }
 

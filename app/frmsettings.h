@@ -7,6 +7,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QSlider;
+class QSpinBox;
 
 namespace context {
 struct AppContext;
@@ -15,7 +16,7 @@ struct AppContext;
 namespace app {
 
 // "Settings": weekend downloads and the threads value (kept in the symbol database), the tip of the day
-// at start-up, and the addresses of the quote service.
+// at start-up, and the addresses of the quote service with the time a request may take.
 class frmSettings : public QDialog
 {
     Q_OBJECT
@@ -36,6 +37,7 @@ public:
     QLineEdit* txtHistoryUrl;
     QLineEdit* txtQuoteUrl;
     QLineEdit* txtIntradayChartUrl;
+    QSpinBox* spnTimeout; // seconds a request may take
     QPushButton* Command1;
     QPushButton* Command2;
     QPushButton* Command3;

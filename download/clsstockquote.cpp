@@ -55,10 +55,13 @@ clsStockQuote::clsStockQuote(TransferChannel& channel, QLocale locale)
 
 void clsStockQuote::setSymbol(const QString& symbol)
 {
-    const TransferReply reply = m_channel.get(QuoteService::CurrentQuote, stockQuoteRequest(symbol));
+    // A quote is one line of twelve short fields: a reply far longer than that is not one, and is
+    // not kept.
+    WholeBody body(64 * 1024);
+    const TransferReply reply = m_channel.get(QuoteService::CurrentQuote, stockQuoteRequest(symbol), body);
     std::optional<StockQuoteValues> values;
     if (reply.ok)
-        values = parseStockQuote(reply.body, m_locale);
+        values = parseStockQuote(QString::fromUtf8(body.body), m_locale);
     if (values) {
         m_values = *values;
         m_error.clear();

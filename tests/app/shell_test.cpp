@@ -298,11 +298,14 @@ TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
     EXPECT_TRUE(context.openedUrls.isEmpty());
 
     context->settings->setValue("Help/UpdatesUrl", "https://updates.test/");
+    context->settings->setValue("Sources/Source", "yahoo"); // a source with a public symbol search
     window.mnuUpdates->trigger();
     window.mnuContents->trigger();
-    ASSERT_EQ(context.openedUrls.size(), 2);
+    window.mnuLookUp->trigger();
+    ASSERT_EQ(context.openedUrls.size(), 3);
     EXPECT_EQ(context.openedUrls[0], QUrl("https://updates.test/"));
     EXPECT_EQ(context.openedUrls[1], QUrl::fromLocalFile(context->programFile("help/index.html")));
+    EXPECT_EQ(context.openedUrls[2], QUrl("https://finance.yahoo.com/lookup"));
 }
 
 // File, Open and toolbar button 3 open Open Security in data-sheet mode; each opening adds a recent item,
