@@ -6,7 +6,13 @@
 #include <QDate>
 #include <QString>
 
+#include <memory>
+
 namespace download {
+
+namespace sources {
+class SourceChain;
+}
 
 // The path and query that ask for the daily history of symbol from first to last. The end date comes
 // before the start date, months count from 0 (January = 0), and nothing is padded:
@@ -40,8 +46,11 @@ public:
         StatusNoData = 2, // no usable data: a failed transfer or a reply that does not read
     };
 
-    // Both must outlive the object.
+    // Asks the specified service through channel. Both must outlive the object.
     clsDailyQuotes(TransferChannel& channel, DailyQuotes& quotes);
+    // Asks the quote sources, in their order, until one has the history. Both must outlive the object.
+    clsDailyQuotes(sources::SourceChain& sources, DailyQuotes& quotes);
+    ~clsDailyQuotes();
 
     // Asks for the history from FirstDate to LastDate; the outcome is Status() and the list.
     void DownloadDailyQuotes(const QString& Symbol, QDate FirstDate, QDate LastDate);
@@ -57,7 +66,8 @@ public:
     const QString& errorString() const { return m_error; }
 
 private:
-    TransferChannel& m_channel;
+    std::unique_ptr<sources::SourceChain> m_ownSources;
+    sources::SourceChain& m_sources;
     DailyQuotes& m_quotes;
     qint16 m_status = StatusOk;
     QString m_request;

@@ -3,6 +3,7 @@
 #include "clsdailyquotes.h"
 #include "clsstockquote.h"
 #include "selection.h"
+#include "sources/sourceclient.h"
 #include "store/arguments.h"
 #include "store/metastockwriter.h"
 
@@ -156,7 +157,7 @@ bool DownloadJob::Run::security(const context::DownloadItem& item)
     if (m_options.dataCorrection)
         m_carryOn = true;
     DailyQuotes rows;
-    clsDailyQuotes history(m_job.m_channel, rows);
+    clsDailyQuotes history(m_job.m_sources, rows);
     history.DownloadDailyQuotes(symbol, m_options.dataCorrection ? m_options.correctionFrom : from, m_today);
     if (history.Status() != clsDailyQuotes::StatusOk && m_job.m_events.historyFailed)
         m_job.m_events.historyFailed(symbol, history.errorString());
@@ -203,7 +204,7 @@ bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QStrin
 
 void DownloadJob::Run::writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol)
 {
-    clsStockQuote quote(m_job.m_channel, m_job.m_locale);
+    clsStockQuote quote(m_job.m_sources, m_job.m_locale);
     quote.setSymbol(symbol);
     if (quote.Opening() == QLatin1String("N/A"))
         return;
@@ -255,10 +256,19 @@ void DownloadJob::Run::record(const QString& symbol, const QString& result)
 }
 
 DownloadJob::DownloadJob(TransferChannel& channel, QLocale locale, Events events)
-    : m_channel(channel)
+    : m_ownSources(std::make_unique<sources::SourceChain>(channel))
+    , m_sources(*m_ownSources)
     , m_locale(std::move(locale))
     , m_events(std::move(events))
 {}
+
+DownloadJob::DownloadJob(sources::SourceChain& sources, QLocale locale, Events events)
+    : m_sources(sources)
+    , m_locale(std::move(locale))
+    , m_events(std::move(events))
+{}
+
+DownloadJob::~DownloadJob() = default;
 
 JobOutcome DownloadJob::run(const QList<context::DownloadItem>& items, const DownloadOptions& options, QDate today)
 {

@@ -116,6 +116,9 @@ TransferReply HttpChannel::get(QuoteService service, const QString& pathAndQuery
     }
     body += reply->readAll();
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    result.status = status;
+    result.retryAfter = QString::fromLatin1(reply->rawHeader("Retry-After")).trimmed();
+    result.body = QString::fromUtf8(body);
     // The reason phrase is the server's own text: keep it to one short line.
     const QString reason =
         reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().simplified().left(80);
@@ -134,7 +137,6 @@ TransferReply HttpChannel::get(QuoteService service, const QString& pathAndQuery
     if (!result.error.isEmpty())
         return result;
     result.ok = true;
-    result.body = QString::fromUtf8(body);
     return result;
 }
 

@@ -18,6 +18,10 @@ struct TransferReply
     QString body;
     QString error; // a sentence for a person; empty when ok
     QString url; // the address asked for; empty when the service has no address
+    // What the server answered, kept when it is a failure too: quote sources say what went wrong in
+    // the body of an error reply. Status 0 when no answer came.
+    int status = 0;
+    QString retryAfter; // the Retry-After header, as sent
 };
 
 // A synchronous GET, as the quote clients need it. An implementation must keep the caller's event loop

@@ -90,8 +90,9 @@ TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
     reset[0] = QStringLiteral("MSFT");
     reset[1] = QStringLiteral("0.00");
     // Eleven fields, then a failed transfer: each resets what the previous, good reply had set.
-    for (const TransferReply& failure : {TransferReply{true, QStringLiteral("\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"), {}, {}},
-                                         TransferReply{false, {}, QStringLiteral("Connection refused."), {}}}) {
+    for (const TransferReply& failure :
+         {TransferReply{true, QStringLiteral("\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"), {}, {}, 200, {}},
+          TransferReply{false, {}, QStringLiteral("Connection refused."), {}, 0, {}}}) {
         channel.reply = good;
         quote.setSymbol(QStringLiteral("IBM"));
         channel.reply = failure;
