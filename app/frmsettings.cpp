@@ -3,6 +3,7 @@
 #include "context/appcontext.h"
 #include "context/windowhelpers.h"
 #include "download/httpchannel.h"
+#include "download/windows/sourcesettings.h"
 #include "frmtip.h"
 #include "symbols/placehelper.h"
 #include "symbols/symbolsdb.h"
@@ -57,6 +58,12 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     serviceLayout->addRow(QStringLiteral("Current quote:"), txtQuoteUrl);
     serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
 
+    Sources = new download::SourceSettingsBox(this);
+    connect(Sources->cmdTestSource, &QPushButton::clicked, this, [this] {
+        Sources->cmdTestSource_Click({txtQuoteUrl->text().trimmed(), txtHistoryUrl->text().trimmed()},
+                                     *m_context.settings);
+    });
+
     Command1 = context::named(new QPushButton(QStringLiteral("&OK"), this), "Command1");
     Command1->setDefault(true);
     Command2 = context::named(new QPushButton(QStringLiteral("Apply"), this), "Command2");
@@ -72,6 +79,7 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     layout->addWidget(threads);
     layout->addWidget(Check2);
     layout->addWidget(service);
+    layout->addWidget(Sources);
     layout->addLayout(buttons);
 
     connect(Slider1, &QSlider::valueChanged, Label1, [this](int value) { Label1->setText(QString::number(value)); });
@@ -91,6 +99,7 @@ void frmSettings::Form_Load()
     txtHistoryUrl->setText(settings.value(QLatin1String(download::HistoryUrlKey)).toString());
     txtQuoteUrl->setText(settings.value(QLatin1String(download::QuoteUrlKey)).toString());
     txtIntradayChartUrl->setText(settings.value(symbols::kIntradayChartUrlKey).toString());
+    Sources->load(settings);
     Label1->setText(QString::number(Slider1->value()));
     try {
         const symbols::Options options = symbols::readOptions(m_context);
@@ -132,6 +141,7 @@ bool frmSettings::Command2_Click()
     settings.setValue(QLatin1String(download::HistoryUrlKey), txtHistoryUrl->text().trimmed());
     settings.setValue(QLatin1String(download::QuoteUrlKey), txtQuoteUrl->text().trimmed());
     settings.setValue(symbols::kIntradayChartUrlKey, txtIntradayChartUrl->text().trimmed());
+    Sources->save(settings);
     return true;
 }
 

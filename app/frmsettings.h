@@ -12,10 +12,14 @@ namespace context {
 struct AppContext;
 }
 
+namespace download {
+class SourceSettingsBox;
+}
+
 namespace app {
 
 // "Settings": weekend downloads and the threads value (kept in the symbol database), the tip of the day
-// at start-up, and the addresses of the quote service.
+// at start-up, the addresses of the quote service and the quote source to download from.
 class frmSettings : public QDialog
 {
     Q_OBJECT
@@ -35,6 +39,7 @@ public:
     QLineEdit* txtHistoryUrl;
     QLineEdit* txtQuoteUrl;
     QLineEdit* txtIntradayChartUrl;
+    download::SourceSettingsBox* Sources; // the source, its key, the fallbacks and "Test"
     QPushButton* Command1;
     QPushButton* Command2;
     QPushButton* Command3;

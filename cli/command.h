@@ -34,5 +34,6 @@ struct Command
 std::vector<Command> storeCommands();
 std::vector<Command> quoteCommands();
 std::vector<Command> downloadCommands();
+std::vector<Command> sourceCommands();
 
 } // namespace cli

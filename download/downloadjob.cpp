@@ -106,7 +106,7 @@ private:
     void writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol);
     bool replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar);
     void closeWriter(store::MetaStockWriter& writer, const QString& symbol);
-    void record(const QString& symbol, const QString& result);
+    void record(const QString& symbol, const QString& result, const QString& reason = {});
 
     DownloadJob& m_job;
     const DownloadOptions& m_options;
@@ -173,7 +173,8 @@ bool DownloadJob::Run::security(const context::DownloadItem& item)
         return true;
     }
     closeWriter(writer, symbol);
-    record(symbol, from > m_today ? ResultUpToDate : classify(history.Status()));
+    const QString result = from > m_today ? ResultUpToDate : classify(history.Status());
+    record(symbol, result, result == ResultNoData ? history.errorString() : QString());
     return true;
 }
 
@@ -244,9 +245,9 @@ void DownloadJob::Run::closeWriter(store::MetaStockWriter& writer, const QString
     (void)check(writer.CloseFolder(), symbol);
 }
 
-void DownloadJob::Run::record(const QString& symbol, const QString& result)
+void DownloadJob::Run::record(const QString& symbol, const QString& result, const QString& reason)
 {
-    outcome.results.append({symbol, result});
+    outcome.results.append({symbol, result, reason});
     if (result == ResultOk)
         ++outcome.counters.completed;
     else if (result == ResultUpToDate)

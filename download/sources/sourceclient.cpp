@@ -253,6 +253,9 @@ SourceChain::SourceChain(const SourceChoice& choice, const QSettings& settings, 
         if (const QuoteSource* source = findSource(name))
             m_clients.push_back(std::make_unique<SourceClient>(*source, settings, limits));
     }
+    // A name that is no source (a settings file edited by hand) leaves the default.
+    if (m_clients.empty())
+        m_clients.push_back(std::make_unique<SourceClient>(*findSource(ClassicSource), settings, limits));
 }
 
 SourceHistory SourceChain::history(const QString& symbol, QDate first, QDate last)
