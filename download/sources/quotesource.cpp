@@ -4,6 +4,7 @@
 #include "profiles.h"
 #include "replyreading.h"
 
+#include <QRegularExpression>
 #include <QUrl>
 
 namespace download::sources {
@@ -51,10 +52,18 @@ QString maskKey(QString text, const QString& key)
     if (key.isEmpty())
         return text;
     const QString stars(8, QLatin1Char('*'));
-    text.replace(key, stars);
     const QString encoded = QString::fromLatin1(QUrl::toPercentEncoding(key));
-    if (encoded != key)
+    // In a request line the key is a query value, however short it is.
+    for (const QString& form : {key, encoded}) {
+        const QRegularExpression value(QLatin1Char('=') + QRegularExpression::escape(form)
+                                       + QStringLiteral("(?=&|$|\\s)"));
+        text.replace(value, QLatin1Char('=') + stars);
+    }
+    // Anywhere else (a provider that quotes it back), a key long enough not to match ordinary words.
+    if (key.size() >= 4) {
+        text.replace(key, stars);
         text.replace(encoded, stars, Qt::CaseInsensitive);
+    }
     return text;
 }
 

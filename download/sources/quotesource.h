@@ -105,8 +105,8 @@ enum class MarketColumn
 // left to the caller. Nothing for an index or a market the provider does not serve.
 std::optional<QString> mappedSymbol(const QString& symbol, MarketColumn column);
 
-// text with every occurrence of key, plain or percent-encoded, replaced by asterisks: request lines,
-// errors and logs never show a key.
+// text with key, plain or percent-encoded, replaced by asterisks wherever it is a query value, and
+// anywhere when it has four characters or more: request lines, errors and logs never show a key.
 QString maskKey(QString text, const QString& key);
 
 } // namespace download::sources

@@ -137,8 +137,12 @@ namespace {
 TEST_F(SettingsTest, KeepsTheQuoteSourceItsKeyAndFallbacksAndTestsTheSource)
 {
     testing_support::QuoteServer server;
+    const QByteArray yesterday = QDate::currentDate().addDays(-1).toString(Qt::ISODate).toLatin1();
     server.canned[QStringLiteral("/api/eod/IBM.US")] = {
-        {"200 OK", "Date,Open,High,Low,Close,Adjusted_close,Volume\n2026-11-02,10,12,9,11,11,5000\n", "text/csv", {}}};
+        {"200 OK",
+         "Date,Open,High,Low,Close,Adjusted_close,Volume\n" + yesterday + ",10,12,9,11,11,5000\n",
+         "text/csv",
+         {}}};
     qputenv("TICKSMITH_EODHD_URL", server.url().toLatin1());
     {
         app::frmSettings settings(context);
@@ -150,12 +154,12 @@ TEST_F(SettingsTest, KeepsTheQuoteSourceItsKeyAndFallbacksAndTestsTheSource)
         box.txtSourceKey->setText(QStringLiteral("eod-key"));
         for (int i = 0; i < box.lstFallback->count(); ++i) {
             QListWidgetItem* item = box.lstFallback->item(i);
-            if (item->data(Qt::UserRole) == u"yahoo")
+            if (item->data(Qt::UserRole).toString() == u"yahoo")
                 item->setCheckState(Qt::Checked);
         }
         box.txtTestSymbol->setText(QStringLiteral("IBM"));
         box.cmdTestSource->click();
-        EXPECT_TRUE(box.lblTestResult->text().contains(QLatin1String("1 bars; the newest: 2026-11-02")))
+        EXPECT_TRUE(box.lblTestResult->text().contains(QLatin1String("1 bars; the newest: " + yesterday)))
             << box.lblTestResult->text().toStdString();
         EXPECT_TRUE(box.lblTestResult->text().contains(QLatin1String("api_token=********")));
         ASSERT_EQ(server.requests().size(), 1);

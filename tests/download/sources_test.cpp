@@ -561,4 +561,37 @@ TEST_F(SourceClientTest, ListsTheSourcesWithoutTheirKeys)
     EXPECT_TRUE(unknown.err.contains(QLatin1String("\"nowhere\" is not a quote source")));
 }
 
+TEST_F(SourceClientTest, HistoryAndQuoteAskTheSourceNamed)
+{
+    if (!QFile::exists(Replies))
+        GTEST_SKIP() << "the recorded provider replies are not at hand";
+    server.canned[QStringLiteral("/v8/finance/chart/AAPL")] = {
+        {"200 OK",
+         recorded(QStringLiteral("yahoo/chart_AAPL_2020-01-01_2020-01-03.json")).toUtf8(),
+         "application/json",
+         {}}};
+    const QMap<QString, QString> yahoo = {{QStringLiteral("TICKSMITH_YAHOO_URL"), server.url()}};
+    const download_test::CliRun history = runCli(server,
+                                                 {QStringLiteral("history"),
+                                                  QStringLiteral("AAPL"),
+                                                  QStringLiteral("2020-01-01"),
+                                                  QStringLiteral("2020-01-03"),
+                                                  QStringLiteral("--source"),
+                                                  QStringLiteral("yahoo")},
+                                                 false,
+                                                 yahoo);
+    EXPECT_EQ(history.exitCode, 0) << history.err.toStdString();
+    EXPECT_TRUE(history.out.endsWith(QLatin1String("Status: 0\n1\t2020-01-02\t74.05999755859375\t75.1500015258789\t"
+                                                   "73.79750061035156\t75.0875015258789\t135480400\n")))
+        << history.out.toStdString();
+
+    const download_test::CliRun quote =
+        runCli(server,
+               {QStringLiteral("quote"), QStringLiteral("AAPL"), QStringLiteral("--source"), QStringLiteral("yahoo")},
+               false,
+               yahoo);
+    EXPECT_EQ(quote.exitCode, 0) << quote.err.toStdString();
+    EXPECT_TRUE(quote.out.startsWith(QLatin1String("Symbol: AAPL\nQuote: 222.5\n"))) << quote.out.toStdString();
+}
+
 } // namespace
