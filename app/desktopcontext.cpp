@@ -1,5 +1,7 @@
 #include "desktopcontext.h"
 
+#include "installation.h"
+
 #include <QApplication>
 #include <QClipboard>
 #include <QDesktopServices>
@@ -61,12 +63,6 @@ public:
 
 } // namespace
 
-QString programFolder()
-{
-    const QString home = qEnvironmentVariable("TICKSMITH_HOME");
-    return home.isEmpty() ? QCoreApplication::applicationDirPath() : home;
-}
-
 std::unique_ptr<context::AppContext> makeDesktopContext()
 {
     auto context = std::make_unique<context::AppContext>();
@@ -77,7 +73,10 @@ std::unique_ptr<context::AppContext> makeDesktopContext()
     context->today = [] { return QDate::currentDate(); };
     context->openUrl = [](const QUrl& url) { QDesktopServices::openUrl(url); };
     context->locale = QLocale::system();
-    context->programFolder = programFolder();
+    const Installation installation = currentInstallation();
+    context->programFolder = installation.programFolder;
+    context->dataFolder = installation.dataFolder;
+    context->setupProblem = installation.problem;
     return context;
 }
 

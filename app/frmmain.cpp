@@ -198,7 +198,8 @@ void frmMain::buildMenus()
         GoURL(m_context.settings->value(QStringLiteral("Help/SymbolLookupUrl")).toString());
     });
     connect(mnuUpdates, &QAction::triggered, this, [this] {
-        GoURL(m_context.settings->value(QStringLiteral("Help/UpdatesUrl")).toString());
+        GoURL(m_context.settings->value(QStringLiteral("Help/UpdatesUrl"), QStringLiteral(TICKSMITH_HOMEPAGE))
+                  .toString());
     });
 }
 

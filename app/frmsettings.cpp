@@ -64,6 +64,11 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
                                      *m_context.settings);
     });
 
+    // Why the options below cannot be read or kept: the symbol database could not be prepared at start.
+    lblSetupProblem = context::named(new QLabel(context.setupProblem, this), "lblSetupProblem");
+    lblSetupProblem->setWordWrap(true);
+    lblSetupProblem->setVisible(!context.setupProblem.isEmpty());
+
     Command1 = context::named(new QPushButton(QStringLiteral("&OK"), this), "Command1");
     Command1->setDefault(true);
     Command2 = context::named(new QPushButton(QStringLiteral("Apply"), this), "Command2");
@@ -75,6 +80,7 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     buttons->addWidget(Command3);
 
     auto* layout = new QVBoxLayout(this);
+    layout->addWidget(lblSetupProblem);
     layout->addWidget(Check1);
     layout->addWidget(threads);
     layout->addWidget(Check2);

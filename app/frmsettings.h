@@ -35,6 +35,7 @@ public:
     QCheckBox* Check1;
     QSlider* Slider1;
     QLabel* Label1;
+    QLabel* lblSetupProblem;
     QCheckBox* Check2;
     QLineEdit* txtHistoryUrl;
     QLineEdit* txtQuoteUrl;

@@ -68,10 +68,9 @@ bool frmTip::Form_Load()
         return false;
     chkLoadTipsAtStartup->setChecked(true);
     if (!loadTips(m_context.programFile(QStringLiteral("TIP.TXT")))) {
-        lblTipText->setText(
-            QStringLiteral("That the TIP.TXT file was not found? \r\n\r\n"
-                           "Create a text file named TIP.TXT using NotePad with 1 tip per line. "
-                           "Then place it in the same directory as the application. "));
+        lblTipText->setText(QStringLiteral("That the TIP.TXT file was not found? \r\n\r\n"
+                                           "Create a text file named TIP.TXT using NotePad with 1 tip per line. "
+                                           "Then place it in the same directory as the application. "));
     }
     return true;
 }

@@ -30,4 +30,9 @@ QString AppContext::programFile(const QString& name) const
     return QDir(programFolder).filePath(name);
 }
 
+QString AppContext::dataFile(const QString& name) const
+{
+    return dataFolder.isEmpty() ? programFile(name) : QDir(dataFolder).filePath(name);
+}
+
 } // namespace context

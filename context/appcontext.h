@@ -90,7 +90,9 @@ struct AppContext
     std::function<QDate()> today;
     std::function<void(const QUrl&)> openUrl;
     QLocale locale;
-    QString programFolder;
+    QString programFolder; // the files shipped with the program: TIP.TXT, the help pages
+    QString dataFolder; // the user's own symbols.mdb; empty: the program folder, as in the build tree
+    QString setupProblem; // why the user's symbol database could not be prepared at start, else empty
 
     SharedState state;
 
@@ -112,6 +114,7 @@ struct AppContext
 
     // A file beside the program, such as "symbols.mdb" or "TIP.TXT".
     QString programFile(const QString& name) const;
+    QString dataFile(const QString& name) const;
 };
 
 } // namespace context

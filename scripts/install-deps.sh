@@ -3,7 +3,8 @@
 # Does nothing when every package is already present.
 set -euo pipefail
 
-PKGS=(g++ cmake ninja-build pkgconf make qt6-base-dev libx11-dev libsqlcipher-dev libgtest-dev fonts-dejavu-core xvfb xauth)
+PKGS=(g++ cmake ninja-build pkgconf make qt6-base-dev libx11-dev libsqlcipher-dev libgtest-dev fonts-dejavu-core xvfb xauth
+      dpkg-dev help2man lintian desktop-file-utils appstream)
 
 missing=()
 for p in "${PKGS[@]}"; do

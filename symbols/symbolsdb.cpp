@@ -11,7 +11,7 @@ QString sql::lookupExchange(const QString& exchange)
 
 QString databaseFile(const context::AppContext& context)
 {
-    return context.programFile(kDatabaseFileName);
+    return context.dataFile(kDatabaseFileName);
 }
 
 std::unique_ptr<Database> openDatabase(const context::AppContext& context)

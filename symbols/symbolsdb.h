@@ -36,7 +36,7 @@ inline const QString kSettingsTable = QStringLiteral("settings");
 QString lookupExchange(const QString& exchange);
 } // namespace sql
 
-// "symbols.mdb" in the context's program folder.
+// "symbols.mdb" in the context's data folder (the user's copy once installed, else the program folder).
 QString databaseFile(const context::AppContext& context);
 
 // Opens the program's symbol database with its password. Throws DatabaseError.
