@@ -142,7 +142,7 @@ protected:
             return QStringLiteral("%1 answered with a check page for web browsers instead of data; try again "
                                   "later or choose another source.")
                 .arg(title());
-        if (startsWith(text, "Daily request quota exceeded") || startsWith(text, "Exceeded the daily hits limit"))
+        if (startsWith(text, "Daily request quota exceeded"))
             return RateLimited + QStringLiteral(": ") + providerSaid(*this, text);
         if (startsWith(text, "No data") || startsWith(text, "Access denied"))
             return providerSaid(*this, text);
@@ -398,14 +398,11 @@ protected:
 
     QString knownAnswer(const QString& body) const override
     {
+        // Other errors (an unknown symbol, a rate limit) are not on record: the reply is shown as it is.
         const QString text = body.trimmed();
-        if (startsWith(text, "Unauthenticated") || startsWith(text, "Forbidden"))
+        if (startsWith(text, "Unauthenticated"))
             return QStringLiteral("%1 refused the API key (\"%2\"): check it in Settings.")
                 .arg(title(), text.simplified().left(40));
-        if (text.contains(QLatin1String("limit"), Qt::CaseInsensitive) && !text.startsWith(QLatin1String("Date")))
-            return RateLimited + QStringLiteral(": ") + providerSaid(*this, text);
-        if (startsWith(text, "Ticker Not Found") || startsWith(text, "No data"))
-            return providerSaid(*this, text);
         return {};
     }
 

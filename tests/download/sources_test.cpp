@@ -316,6 +316,26 @@ INSTANTIATE_TEST_SUITE_P(
         AnswerCase{"yahoo_not_json", "yahoo", 200, "Will be right back...", "not a chart"}),
     [](const auto& param) { return std::string(param.param.name); });
 
+// A bar's date is its day in the exchange's zone: not UTC (a Sydney session starts the evening before
+// in UTC), and not the offset of the moment of the request (wrong across a daylight-saving change).
+TEST(YahooDatesTest, AreTheExchangesTradingDays)
+{
+    const auto dateOf = [](const char* zone, int offset, qint64 timestamp) {
+        const QString chart =
+            QStringLiteral("{\"chart\":{\"result\":[{\"meta\":{\"symbol\":\"X\",\"exchangeTimezoneName\":\"%1\","
+                           "\"gmtoffset\":%2},\"timestamp\":[%3],\"indicators\":{\"quote\":[{\"open\":[1],"
+                           "\"high\":[2],\"low\":[0.5],\"close\":[1.5],\"volume\":[10]}]}}],\"error\":null}}")
+                .arg(QLatin1String(zone))
+                .arg(offset)
+                .arg(timestamp);
+        const sources::HistoryParse parse =
+            sources::findSource(QStringLiteral("yahoo"))->parseHistory(replyOf(200, chart));
+        return parse.ok ? parse.rows.first().date : parse.reason;
+    };
+    EXPECT_EQ(dateOf("Australia/Sydney", 36000, 1704150000), "2024-01-02"); // 10:00 in Sydney, 23:00 UTC the day before
+    EXPECT_EQ(dateOf("America/New_York", -18000, 1719806400), "2024-07-01"); // midnight in summer, offset of winter
+}
+
 struct QuoteCase
 {
     const char* profile;
