@@ -1,5 +1,6 @@
 #include "frmmain.h"
 
+#include "chart/windows/frmchart.h"
 #include "context/helpers.h"
 #include "context/windowhelpers.h"
 #include "download/windows/frmdownload.h"
@@ -8,11 +9,15 @@
 #include "frmtip.h"
 #include "keyboardlocks.h"
 #include "startupoptions.h"
+#include "store/metastockreader.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmopen.h"
+#include "store/windows/frmview.h"
 #include "symbols/windows/frmlookup.h"
 #include "toolbaricons.h"
 #include "version.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QKeyEvent>
@@ -24,7 +29,6 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
-#include <QTreeWidget>
 
 namespace app {
 
@@ -47,6 +51,10 @@ frmMain::frmMain(context::AppContext& context, QWidget* parent)
     m_context.mainWindow = this;
     m_context.onRecentAdded = [this](int index) { addRecentItem(index); };
     m_context.onStatusText = [this](const QString& text) { panelText->setText(text); };
+    m_context.onShowChild = [this](QWidget* child) {
+        child->setAttribute(Qt::WA_DeleteOnClose);
+        m_mdiArea->addSubWindow(child)->show();
+    };
 
     Timer1 = context::named(new QTimer(this), "Timer1");
     Timer1->setInterval(100);
@@ -64,6 +72,8 @@ frmMain::~frmMain()
     qApp->removeEventFilter(this);
     m_context.onRecentAdded = nullptr;
     m_context.onStatusText = nullptr;
+    m_context.onShowChild = nullptr;
+    m_context.makeChart = nullptr;
     if (m_context.mainWindow == this)
         m_context.mainWindow = nullptr;
 }
@@ -374,7 +384,7 @@ void frmMain::mnuArrangeHori_Click()
 void frmMain::addRecentItem(int index)
 {
     const context::RecentSecurity& entry = m_context.state.recent[index - 1];
-    auto* action = new QAction(QStringLiteral("&%1 %2").arg(index).arg(entry.caption), mnuFile);
+    auto* action = new QAction(entry.caption, mnuFile);
     action->setObjectName(QStringLiteral("mnuRecent_%1").arg(index));
     mnuFile->insertAction(mnub5, action);
     mnub5->setVisible(true);
@@ -391,6 +401,12 @@ void frmMain::wireWindows()
         store::frmCreate create(m_context, this);
         m_context.runModal(create);
     });
+    setOpener(mnuOpen, [this] { showOpenSecurity(0); });
+    setOpener(mnuOpenChart, [this] { showOpenSecurity(1); });
+    m_context.makeChart = [this](const QString& folder, const QString&, const QString& symbol) -> QWidget* {
+        return new chart::frmChart(m_context, folder, symbol);
+    };
+    setRecentOpener([this](int index) { openRecent(index); });
     setOpener(mnuSymbolBrowser, [this] {
         symbols::frmLookup lookup(m_context, this);
         m_context.runModal(lookup);
@@ -403,6 +419,27 @@ void frmMain::wireWindows()
         download::frmDownload selection(m_context, this);
         m_context.runModal(selection);
     });
+}
+
+void frmMain::showOpenSecurity(int chartMode)
+{
+    store::frmOpen open(m_context, this);
+    open.chartMode = chartMode;
+    m_context.runModal(open);
+}
+
+// The entry keeps the folder and the name as typed in Open Security; the symbol the data sheet reads
+// through is that of the security of this name.
+void frmMain::openRecent(int index)
+{
+    const context::RecentSecurity& entry = m_context.state.recent.at(index - 1);
+    store::MetaStockReader reader;
+    QString symbol;
+    const bool found = reader.OpenFolder(entry.folder.trimmed()).ok()
+        && reader.SelectSecurityByName(entry.name.trimmed()).ok() && reader.GetSymbol(symbol).ok();
+    (void)reader.Close();
+    if (found)
+        store::openDataSheet(m_context, entry.folder.trimmed(), entry.name.trimmed(), symbol);
 }
 
 void frmMain::setOpener(QAction* item, std::function<void()> opener)
@@ -434,17 +471,18 @@ void frmMain::RowCopy()
     QMdiSubWindow* active = m_mdiArea->activeSubWindow();
     if (!active || !active->widget() || active->widget()->objectName() != u"frmView")
         return;
-    auto* list = active->widget()->findChild<QTreeWidget*>(QStringLiteral("ListView1"));
-    if (!list)
+    auto* list = active->widget()->findChild<QAbstractItemView*>(QStringLiteral("ListView1"));
+    if (!list || !list->model())
         return;
+    const QAbstractItemModel& rows = *list->model();
+    const QItemSelectionModel* selection = list->selectionModel();
     QString text;
-    for (int row = 0; row < list->topLevelItemCount(); ++row) {
-        const QTreeWidgetItem* line = list->topLevelItem(row);
-        if (!line->isSelected())
+    for (int row = 0; row < rows.rowCount(); ++row) {
+        if (!selection->isRowSelected(row, {}))
             continue;
         QStringList cells;
         for (int column = 0; column <= 5; ++column)
-            cells.append(line->text(column));
+            cells.append(rows.index(row, column).data().toString());
         text += cells.join(u',') + QStringLiteral("\r\n");
     }
     if (!text.isEmpty())

@@ -51,6 +51,10 @@ public:
     void Timer1_Timer();
     void mnuCloseAll_Click();
     void mnuArrangeHori_Click();
+    // File, Open (0) and Open Chart (non-zero): the Open Security window in that mode.
+    void showOpenSecurity(int chartMode);
+    // Recent item i (from 1): the data sheet of its security.
+    void openRecent(int index);
 
     // Menu items, named as in the menu tree.
     QMenu* mnuFile;

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QSettings>
+#include <QWidget>
 
 namespace context {
 
@@ -9,13 +10,25 @@ AppContext::AppContext() = default;
 
 AppContext::~AppContext() = default;
 
-int AppContext::addRecent(const RecentSecurity& entry)
+int AppContext::addRecent(const QString& name, const QString& folder, RecentCaption form)
 {
-    state.recent.append(entry);
-    const int index = int(state.recent.size());
+    const int index = int(state.recent.size()) + 1;
+    const QString caption = form == RecentCaption::Numbered ? QStringLiteral("&%1 %2").arg(index).arg(name.trimmed())
+                                                            : folder.trimmed() + u'\\' + name.trimmed();
+    state.recent.append({name.trimmed(), folder.trimmed(), caption});
     if (onRecentAdded)
         onRecentAdded(index);
     return index;
+}
+
+void AppContext::showChild(QWidget* child)
+{
+    if (onShowChild) {
+        onShowChild(child);
+        return;
+    }
+    child->setAttribute(Qt::WA_DeleteOnClose);
+    child->show();
 }
 
 void AppContext::setStatusText(const QString& text)

@@ -32,7 +32,15 @@ struct RecentSecurity
 {
     QString name;
     QString folder;
-    QString caption; // shown after the item's number, "&<n> <caption>"
+    QString caption; // the menu item's whole text
+};
+
+// The two forms of a recent item's caption. Open Security numbers its entries ("&4 Gold": the digit is
+// the access key); Create Security names the folder and the security ("C:\data\Gold").
+enum class RecentCaption
+{
+    Numbered,
+    FolderAndName,
 };
 
 // One security to bring up to date, as the selection window hands it over. Dates are ISO texts,
@@ -101,10 +109,17 @@ struct AppContext
     // Called by addRecent and setStatusText so that the main window shows the change at once.
     std::function<void(int index)> onRecentAdded;
     std::function<void(const QString&)> onStatusText;
+    // Puts a data sheet or chart into the main window's area and shows it, which then owns it; null
+    // where there is no main window (tests of single windows), and showChild() shows it on its own.
+    std::function<void(QWidget* child)> onShowChild;
+    // Makes the chart window of a security (the chart subsystem, which the security windows cannot
+    // include); null until the program has one, and Open Security in chart mode then opens nothing.
+    std::function<QWidget*(const QString& folder, const QString& name, const QString& symbol)> makeChart;
 
-    // Appends to the recent-securities list and returns the new entry's number (from 1). The list lives
-    // in memory only: it starts empty at every start-up.
-    int addRecent(const RecentSecurity& entry);
+    // Appends to the recent-securities list and returns the new entry's number (from 1). Both texts are
+    // trimmed. The list lives in memory only: it starts empty at every start-up.
+    int addRecent(const QString& name, const QString& folder, RecentCaption form);
+    void showChild(QWidget* child);
     void setStatusText(const QString& text);
 
     AppContext();

@@ -213,7 +213,7 @@ void frmCreate::createSecurity()
         const QString firstDate = dateText(DTPicker1->date());
         carryOn(writer.AddBar(firstDate.toInt(), 0, 0, 0, 0, 0, 0, 0));
         carryOn(writer.DeleteBar(firstDate));
-        m_context.addRecent({name, folder, folder + u'\\' + name});
+        m_context.addRecent(name, folder, context::RecentCaption::FolderAndName);
         carryOn(writer.CloseSecurity());
     }
     carryOn(writer.CloseFolder());

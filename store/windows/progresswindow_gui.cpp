@@ -2,6 +2,9 @@
 
 #include <QProgressDialog>
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace store {
 
 namespace {
@@ -24,8 +27,13 @@ public:
         m_dialog.setWindowTitle(state.caption);
         m_dialog.setLabelText(state.label);
         m_dialog.setRange(state.minimum, state.maximum);
-        // setValue lets a modal dialog handle its events, so a click on Cancel is seen between steps.
-        m_dialog.setValue(state.value);
+        // setValue lets a modal dialog handle its events, so a click on Cancel is seen between steps. A
+        // step of less than a hundredth of the range is not shown: drawing and handling events for each
+        // of tens of thousands of bars would take longer than reading them.
+        const int stride = std::max(1, (state.maximum - state.minimum) / 100);
+        if (state.value == state.minimum || state.value == state.maximum
+            || std::abs(state.value - m_dialog.value()) >= stride)
+            m_dialog.setValue(state.value);
         m_dialog.setVisible(state.visible);
     }
 

@@ -2,9 +2,14 @@
 #include "app/form3.h"
 #include "app/frmmain.h"
 #include "app/frmtip.h"
+#include "chart/windows/frmchart.h"
 #include "download/windows/frmdownload.h"
 #include "store/metastockreader.h"
+#include "store/metastockwriter.h"
+#include "store/windows/bartablemodel.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmopen.h"
+#include "store/windows/frmview.h"
 #include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
@@ -24,7 +29,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolBar>
-#include <QTreeWidget>
+#include <QTreeView>
 
 #include <gtest/gtest.h>
 
@@ -154,7 +159,7 @@ TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
     EXPECT_EQ(count, 2);
     const auto items = window.recentItems();
     ASSERT_EQ(items.size(), 2);
-    EXPECT_EQ(items[1]->text(), QStringLiteral("&2 %1\\VOD plc").arg(folder));
+    EXPECT_EQ(items[1]->text(), QStringLiteral("%1\\VOD plc").arg(folder));
     EXPECT_EQ(context->state.currentFolder, folder);
 }
 
@@ -162,15 +167,15 @@ TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
 {
     TestContext context;
     app::frmMain window(context);
-    context->addRecent({"IBM", "/data", "IBM"});
-    context->addRecent({"IBM", "/data", "IBM"});
-    context->addRecent({"Vodafone", "/uk", "/uk\\Vodafone"});
+    context->addRecent(" IBM ", "/data", context::RecentCaption::Numbered);
+    context->addRecent("IBM", "/data", context::RecentCaption::Numbered);
+    context->addRecent("Vodafone", "/uk ", context::RecentCaption::FolderAndName);
 
     const auto items = window.recentItems();
     ASSERT_EQ(items.size(), 3);
     EXPECT_EQ(items[0]->text(), "&1 IBM");
     EXPECT_EQ(items[1]->text(), "&2 IBM");
-    EXPECT_EQ(items[2]->text(), "&3 /uk\\Vodafone");
+    EXPECT_EQ(items[2]->text(), "/uk\\Vodafone");
     EXPECT_TRUE(window.mnub5->isVisible());
     // They stand between the template and the separator before Exit.
     const auto actions = window.mnuFile->actions();
@@ -287,12 +292,54 @@ TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
     EXPECT_EQ(context.openedUrls[1], QUrl::fromLocalFile(context->programFile("help/index.html")));
 }
 
-TEST(MainWindowTest, RowCopyTakesTheSelectedRowsOfADataSheetOnly)
+// File, Open and toolbar button 3 open Open Security in data-sheet mode; each opening adds a recent item,
+// and an item opens the data sheet of its security again. Copy to Clipboard takes the selected rows of
+// the active data sheet, and nothing while another kind of window is active.
+// A folder with the security Alpha ("ALP", three bars) becomes the current folder.
+static void useFolderWithAlpha(TestContext& context)
+{
+    const QString folder = context.makeFolder("data");
+    store::MetaStockWriter writer;
+    ASSERT_TRUE(writer.OpenFolder(folder).ok() && writer.CreateSecurity("ALP", "Alpha", 1).ok());
+    for (qint32 day : {20050103, 20050104, 20050105})
+        ASSERT_TRUE(writer.AddBar(day, 0, 1, 2, 0.5, 1.5, 100, 0).ok());
+    ASSERT_TRUE(writer.CloseFolder().ok());
+    context->state.currentFolder = folder;
+}
+
+TEST(MainWindowTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRowsCopy)
 {
     TestContext context;
+    useFolderWithAlpha(context);
     context.clipboard().content = "kept";
     app::frmMain window(context);
     window.show();
+    for (int i = 0; i < 2; ++i) {
+        context.modalDrivers.push_back([](QDialog& dialog) {
+            auto& open = dynamic_cast<store::frmOpen&>(dialog);
+            EXPECT_EQ(open.chartMode, 0);
+            open.Text2->setText("Alpha");
+            open.Command2->click();
+            return open.result();
+        });
+    }
+    window.mnuOpen->trigger();
+    window.Toolbar1_ButtonClick(3);
+    const auto items = window.recentItems();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items[1]->text(), "&2 Alpha");
+    items[0]->trigger();
+
+    const auto windows = window.mdiArea()->subWindowList();
+    ASSERT_EQ(windows.size(), 3);
+    auto* sheet = dynamic_cast<store::frmView*>(windows[2]->widget());
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(windows[2]->windowTitle(), "DataSheet of Alpha");
+    EXPECT_EQ(sheet->Text3->text(), "ALP");
+    window.mdiArea()->setActiveSubWindow(windows[2]);
+    sheet->ListView1->clearSelection();
+    window.RowCopy();
+    EXPECT_EQ(context.clipboard().content, "kept"); // nothing selected
 
     auto* chart = new QWidget;
     chart->setObjectName("frmChart");
@@ -300,27 +347,38 @@ TEST(MainWindowTest, RowCopyTakesTheSelectedRowsOfADataSheetOnly)
     window.Toolbar1_ButtonClick(17);
     EXPECT_EQ(context.clipboard().content, "kept");
 
-    auto* sheet = new QWidget;
-    sheet->setObjectName("frmView");
-    auto* list = new QTreeWidget(sheet);
-    list->setObjectName("ListView1");
-    list->setColumnCount(6);
-    list->setSelectionMode(QAbstractItemView::MultiSelection);
-    for (const char* date : {"1/3/2005", "1/4/2005", "1/5/2005"}) {
-        auto* row = new QTreeWidgetItem(list);
-        row->setText(0, QLatin1String(date));
-        for (int column = 1; column <= 5; ++column)
-            row->setText(column, QString::number(column));
-    }
-    showChild(window, sheet);
-    ASSERT_EQ(window.mdiArea()->activeSubWindow()->widget(), sheet);
-    window.RowCopy();
-    EXPECT_EQ(context.clipboard().content, "kept"); // nothing selected
+    window.mdiArea()->setActiveSubWindow(windows[2]);
+    const QItemSelectionModel::SelectionFlags rows = QItemSelectionModel::Select | QItemSelectionModel::Rows;
+    sheet->ListView1->selectionModel()->select(sheet->bars().index(0, 0), rows);
+    sheet->ListView1->selectionModel()->select(sheet->bars().index(2, 0), rows);
+    window.Toolbar1_ButtonClick(17);
+    EXPECT_EQ(context.clipboard().content, "1/3/2005,1.00,2.00,0.50,1.50,100\r\n1/5/2005,1.00,2.00,0.50,1.50,100\r\n");
+}
 
-    list->topLevelItem(0)->setSelected(true);
-    list->topLevelItem(2)->setSelected(true);
-    window.RowCopy();
-    EXPECT_EQ(context.clipboard().content, "1/3/2005,1,2,3,4,5\r\n1/5/2005,1,2,3,4,5\r\n");
+// File, Open Chart opens Open Security in chart mode, and the security chosen there opens as a chart with
+// its bars in the main window's area.
+TEST(MainWindowTest, ChartsOpenFromOpenChart)
+{
+    TestContext context;
+    useFolderWithAlpha(context);
+    app::frmMain window(context);
+    window.show();
+    context.modalDrivers.push_back([](QDialog& dialog) {
+        auto& open = dynamic_cast<store::frmOpen&>(dialog);
+        EXPECT_EQ(open.chartMode, 1);
+        open.Text2->setText("Alpha");
+        open.Command2->click();
+        return open.result();
+    });
+    window.mnuOpenChart->trigger();
+    EXPECT_EQ(context.modalsShown, QStringList{"frmOpen"});
+    const auto windows = window.mdiArea()->subWindowList();
+    ASSERT_EQ(windows.size(), 1);
+    EXPECT_EQ(windows[0]->windowTitle(), "Chart of Alpha");
+    auto* chart = dynamic_cast<chart::frmChart*>(windows[0]->widget());
+    ASSERT_NE(chart, nullptr);
+    EXPECT_EQ(chart->bars().size(), 3u);
+    EXPECT_EQ(window.recentItems().size(), 1);
 }
 
 TEST(MainWindowTest, TheToolsMenuOpensTheDownloadSelectionWithTheSavedOptions)

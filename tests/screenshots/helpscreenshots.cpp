@@ -3,9 +3,12 @@
 
 #include "app/frmmain.h"
 #include "app/frmsettings.h"
+#include "chart/windows/frmchart.h"
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmopen.h"
+#include "store/windows/frmview.h"
 #include "symbols/symbolsdb.h"
 #include "symbols/windows/frmlookup.h"
 #include "testcontext.h"
@@ -16,10 +19,13 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
+#include <QRadioButton>
 #include <QTreeWidget>
 #include <QWidget>
 
+#include <cmath>
 #include <cstdio>
+#include <random>
 
 namespace {
 
@@ -70,6 +76,92 @@ bool saveDownload(testing_support::TestContext& context, const QString& output)
     return saved;
 }
 
+// Open Security over a folder of three securities, and the data sheet of one of them with a year of bars.
+bool saveOpenAndDataSheet(testing_support::TestContext& context, const QString& output)
+{
+    const QString data = QDir::temp().filePath(QStringLiteral("quotes/nyse"));
+    QDir(data).removeRecursively();
+    QDir().mkpath(data);
+    store::MetaStockWriter writer;
+    (void)writer.OpenFolder(data);
+    const char* const securities[][2] = {{"IBM", "Intl Business Machines"},
+                                         {"KO", "Coca-Cola"},
+                                         {"GE", "General Electric"}};
+    for (const auto& [symbol, name] : securities) {
+        (void)writer.CreateSecurity(QLatin1String(symbol), QLatin1String(name), 1);
+        double price = 80;
+        for (QDate day(2023, 6, 1); day <= QDate(2024, 6, 14); day = day.addDays(1)) {
+            if (day.dayOfWeek() > 5)
+                continue;
+            price *= 1.0 + ((day.dayOfYear() * 7) % 11 - 5) / 1000.0;
+            (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(),
+                                0,
+                                price,
+                                price * 1.01,
+                                price * 0.99,
+                                price * 1.002,
+                                3000000 + day.dayOfYear() * 1000,
+                                0);
+        }
+    }
+    (void)writer.CloseFolder();
+
+    context->state.currentFolder = data;
+    store::frmOpen open(context);
+    open.resize(620, 360);
+    open.ListView1->setCurrentItem(open.ListView1->topLevelItem(0));
+    open.Text2->setText(open.ListView1->topLevelItem(0)->text(0));
+    bool ok = save(open, output, "open-security");
+
+    store::frmView sheet(context, data, QStringLiteral("Intl Business Machines"), QStringLiteral("IBM"));
+    sheet.setWindowTitle(QStringLiteral("DataSheet of Intl Business Machines"));
+    sheet.resize(640, 480);
+    ok = save(sheet, output, "data-sheet") && ok;
+    QDir(data).removeRecursively();
+    return ok;
+}
+
+// A chart of half a year of a security in each of the three styles.
+bool saveCharts(testing_support::TestContext& context, const QString& output)
+{
+    const QString data = QDir::temp().filePath(QStringLiteral("quotes/chart"));
+    QDir(data).removeRecursively();
+    QDir().mkpath(data);
+    store::MetaStockWriter writer;
+    (void)writer.OpenFolder(data);
+    (void)writer.CreateSecurity(QStringLiteral("BHP.AX"), QStringLiteral("BHP Group"), 1);
+    // A walk of small steps with a slow swing under it, as prices go.
+    std::minstd_rand random(11);
+    const auto move = [&random](double size) { return (double(random() % 2001) / 1000.0 - 1.0) * size; };
+    double close = 44.0;
+    QDate day(2024, 1, 2);
+    for (int i = 0; i < 120; day = day.addDays(1)) {
+        if (day.dayOfWeek() > 5)
+            continue;
+        const double open = close + move(0.3);
+        close = open + move(0.9) + 0.35 * std::sin(i / 14.0);
+        const double high = std::max(open, close) + std::abs(move(0.4));
+        const double low = std::min(open, close) - std::abs(move(0.4));
+        (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(), 0, open, high, low, close, 1e6, 0);
+        ++i;
+    }
+    (void)writer.CloseFolder();
+
+    chart::frmChart window(context, data, QStringLiteral("BHP.AX"));
+    window.setWindowTitle(QStringLiteral("Chart of BHP Group"));
+    window.resize(760, 420);
+    bool ok = true;
+    const std::pair<QRadioButton*, const char*> styles[] = {{window.Option1, "chart-line"},
+                                                            {window.Option2, "chart-bar"},
+                                                            {window.Option3, "chart-candle"}};
+    for (const auto& [option, name] : styles) {
+        option->click();
+        ok = save(window, output, name) && ok;
+    }
+    QDir(data).removeRecursively();
+    return ok;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -87,7 +179,7 @@ int main(int argc, char** argv)
     testing_support::TestContext context;
     app::frmMain main(context);
     main.resize(900, 560);
-    context->addRecent({QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), QStringLiteral("BHP Group")});
+    context->addRecent(QStringLiteral("BHP Group"), QStringLiteral("/data/asx"), context::RecentCaption::Numbered);
     main.panelText->setText(QStringLiteral("Ready."));
     bool ok = save(main, folder, "main");
 
@@ -105,5 +197,7 @@ int main(int argc, char** argv)
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
     ok = saveDownload(context, folder) && ok;
+    ok = saveOpenAndDataSheet(context, folder) && ok;
+    ok = saveCharts(context, folder) && ok;
     return ok ? 0 : 1;
 }

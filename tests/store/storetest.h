@@ -1,5 +1,6 @@
 #pragma once
 
+#include "paramnames.h"
 #include "store/filesystem.h"
 #include "store/metastock/folder.h"
 #include "store/metastockreader.h"
@@ -67,15 +68,7 @@ inline QByteArray hex(const char* text)
     return QByteArray::fromHex(QByteArray(text).replace(' ', ""));
 }
 
-// A test name from the `what` of a parameter: letters and digits kept, the rest turned into '_'.
-template<class Param>
-std::string nameOf(const ::testing::TestParamInfo<Param>& info)
-{
-    std::string name;
-    for (const char* c = info.param.what; *c; ++c)
-        name += std::isalnum(static_cast<unsigned char>(*c)) ? *c : '_';
-    return name;
-}
+using testing_support::nameOf;
 
 inline QByteArray readFile(const QString& path)
 {

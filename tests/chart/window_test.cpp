@@ -1,0 +1,185 @@
+#include "chart/chartbars.h"
+#include "chart/windows/frmchart.h"
+#include "charttest.h"
+#include "testcontext.h"
+
+#include <QApplication>
+#include <QProgressDialog>
+#include <QRadioButton>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using chart::ChartBar;
+using testing_support::TestContext;
+
+namespace {
+
+const QLocale kEnglish(QLocale::English, QLocale::UnitedStates);
+
+// Prices come back rounded to cents, volumes to whole numbers with halves to the even neighbour, dates
+// as the locale's short date.
+TEST(ReadChartBarsTest, ReadsEveryBarRounded)
+{
+    TestContext context;
+    const QString folder = context.makeFolder("data");
+    chart_test::writeSecurity(folder,
+                              std::vector<store::PriceBar>{{20050103, 0, 10.004, 10.5, 9.996, 10.125, 1500.5, 0},
+                                                           {20050104, 0, 11, 12, 10, 11, 2500.5, 0}});
+
+    store::ProgressWindow progress(store::ProgressWindow::Display::Silent);
+    std::vector<ChartBar> bars;
+    ASSERT_EQ(chart::readChartBars(" " + folder + " ", " x ", kEnglish, progress, bars), chart::ReadOutcome::Read);
+    ASSERT_EQ(bars.size(), 2u);
+    EXPECT_EQ(bars[0].date, "1/3/2005");
+    EXPECT_EQ(bars[0].yyyymmdd, 20050103);
+    EXPECT_EQ(bars[0].open, 10.0);
+    EXPECT_EQ(bars[0].low, 10.0);
+    EXPECT_EQ(bars[0].close, 10.13);
+    EXPECT_EQ(bars[0].volume, 1500);
+    EXPECT_EQ(bars[1].volume, 2500);
+    EXPECT_EQ(progress.state().caption, "Read Security data...");
+    EXPECT_EQ(progress.state().label, "Progress....");
+    EXPECT_EQ(progress.state().value, 2);
+    EXPECT_TRUE(progress.state().visible); // only a cancel closes it; otherwise it goes with its owner
+}
+
+// Cancel in the progress window, as soon as it shows, ends the read after the bar being read and closes it.
+TEST(ReadChartBarsTest, CancelStopsReading)
+{
+    TestContext context;
+    const QString folder = context.makeFolder("data");
+    chart_test::writeSecurity(folder, chart_test::bars(50));
+
+    store::ProgressWindow progress(store::ProgressWindow::Display::Window);
+    QTimer::singleShot(0, [] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (auto* dialog = qobject_cast<QProgressDialog*>(window))
+                dialog->cancel();
+        }
+    });
+    std::vector<ChartBar> bars;
+    EXPECT_EQ(chart::readChartBars(folder, "X", kEnglish, progress, bars), chart::ReadOutcome::Cancelled);
+    EXPECT_LT(bars.size(), 50u);
+    EXPECT_FALSE(progress.state().visible);
+}
+
+class ChartWindowTest : public ::testing::Test
+{
+protected:
+    QString folderWith(const std::vector<ChartBar>& bars)
+    {
+        const QString folder = context.makeFolder(QStringLiteral("data%1").arg(++m_folders));
+        chart_test::writeSecurity(folder, bars);
+        return folder;
+    }
+
+    // How many pixels of the picture are not white.
+    static int inked(const QImage& picture)
+    {
+        int count = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x)
+                count += picture.pixel(x, y) != chart::kBackground;
+        }
+        return count;
+    }
+
+    TestContext context;
+
+private:
+    int m_folders = 0;
+};
+
+TEST_F(ChartWindowTest, DrawsEachStyleOnItsButton)
+{
+    chart::frmChart window(context, folderWith(chart_test::bars(60)), "X");
+    window.show();
+    EXPECT_EQ(window.windowTitle(), "Chart");
+    EXPECT_EQ(window.bars().size(), 60u);
+    EXPECT_TRUE(window.Option1->isChecked());
+
+    std::vector<QImage> pictures{window.picChart->picture()};
+    for (QRadioButton* option : {window.Option2, window.Option3}) {
+        option->click();
+        pictures.push_back(window.picChart->picture());
+    }
+    for (const QImage& picture : pictures) {
+        EXPECT_EQ(picture.size(), window.picChart->size());
+        EXPECT_GT(inked(picture), 1000);
+    }
+    EXPECT_NE(pictures[0], pictures[1]);
+    EXPECT_NE(pictures[1], pictures[2]);
+
+    // The price axis stands whole: the grid lines stop short of it.
+    const QImage& picture = pictures[2];
+    const int axis = int(std::lround(picture.width() - 650 / chart::kTwipsPerPixel));
+    for (int y = 0; y < picture.height(); ++y)
+        ASSERT_EQ(picture.pixel(axis, y), chart::kForeground) << "row " << y;
+}
+
+// The drawing area is the window less 350 x 600 twips; a window smaller than that keeps the area's size.
+TEST_F(ChartWindowTest, FollowsTheWindowsSize)
+{
+    chart::frmChart window(context, folderWith(chart_test::bars(30)), "X");
+    window.resize(600, 400);
+    window.show();
+    // The window's outer size, frame included, less the margins.
+    const auto area = [&window](int width, int height) {
+        const QSize frame = window.frameGeometry().size() - window.size();
+        return QSize(width + frame.width() - 23, height + frame.height() - 40);
+    };
+    EXPECT_EQ(window.picChart->size(), area(600, 400));
+    EXPECT_EQ(window.picChart->picture().size(), area(600, 400));
+
+    window.resize(10, 10);
+    EXPECT_EQ(window.picChart->size(), area(600, 400));
+    window.resize(10, 300);
+    EXPECT_EQ(window.picChart->size(), QSize(area(600, 400).width(), area(10, 300).height()));
+}
+
+TEST_F(ChartWindowTest, NothingToReadLeavesItWhite)
+{
+    for (const QString& folder : {folderWith(std::vector<ChartBar>{}), context.makeFolder("empty") + "/missing"}) {
+        chart::frmChart window(context, folder, "X");
+        window.show();
+        EXPECT_TRUE(window.bars().empty());
+        EXPECT_EQ(inked(window.picChart->picture()), 0);
+        window.Option3->click();
+        EXPECT_EQ(inked(window.picChart->picture()), 0);
+    }
+}
+
+TEST_F(ChartWindowTest, OneBarAndPricesBelowOne)
+{
+    for (const auto& bars : {chart_test::bars(1), chart_test::bars(5, 0.5, 0.9)}) {
+        chart::frmChart window(context, folderWith(bars), "X");
+        window.show();
+        for (QRadioButton* option : {window.Option1, window.Option2, window.Option3}) {
+            option->click();
+            EXPECT_GT(inked(window.picChart->picture()), 100);
+        }
+    }
+}
+
+// On a screen of twice the density the picture has twice the pixels each way and its lines are two
+// pixels wide, so the chart looks as it does at 96 dpi, only sharper.
+TEST(PaintChartTest, HighDensityScreens)
+{
+    const std::vector<ChartBar> bars = chart_test::bars(10);
+    const QImage single = chart::paintChart(bars, chart::ChartStyle::Bar, QSize(400, 300), 1, QFont(), "/");
+    const QImage twice = chart::paintChart(bars, chart::ChartStyle::Bar, QSize(400, 300), 2, QFont(), "/");
+    EXPECT_EQ(twice.size(), QSize(800, 600));
+    EXPECT_EQ(twice.devicePixelRatio(), 2);
+    // The horizontal axis: one row at 96 dpi, two rows below each other at twice the density.
+    const int axis = int(std::lround(300 - 500 / chart::kTwipsPerPixel));
+    EXPECT_EQ(single.pixel(5, axis), chart::kForeground);
+    EXPECT_NE(single.pixel(5, axis + 1), chart::kForeground);
+    const int deviceAxis = int(std::lround((300 - 500 / chart::kTwipsPerPixel) * 2));
+    EXPECT_EQ(twice.pixel(10, deviceAxis), chart::kForeground);
+    EXPECT_EQ(twice.pixel(10, deviceAxis + 1), chart::kForeground);
+    EXPECT_NE(twice.pixel(10, deviceAxis + 2), chart::kForeground);
+    EXPECT_TRUE(chart::paintChart(bars, chart::ChartStyle::Line, QSize(0, 300), 1, QFont(), "/").isNull());
+}
+
+} // namespace

@@ -1,0 +1,398 @@
+#include "store/metastockwriter.h"
+#include "store/windows/bartablemodel.h"
+#include "store/windows/frmopen.h"
+#include "store/windows/frmview.h"
+#include "storetest.h"
+#include "testcontext.h"
+
+#include <QApplication>
+#include <QDateEdit>
+#include <QLineEdit>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+#include <QTreeView>
+#include <QTreeWidget>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using store::frmOpen;
+using store::frmRecord;
+using store::frmView;
+using store::PriceBar;
+using testing_support::Prompt;
+
+const qint32 kDays[] = {20050103, 20050104, 20050105};
+
+// A folder with the securities Alpha (ALP), Beta (BET) and Gamma (GAM), each with the three bars of
+// kDays; Beta is weekly. Closes are 10.5, 11.5, 12.5.
+class DataSheetTest : public ::testing::Test
+{
+protected:
+    DataSheetTest()
+    {
+        store::MetaStockWriter writer;
+        EXPECT_OK(writer.OpenFolder(folder));
+        const char* const securities[][2] = {{"ALP", "Alpha"}, {"BET", "Beta"}, {"GAM", "Gamma"}};
+        for (const auto& [symbol, name] : securities) {
+            EXPECT_OK(writer.CreateSecurity(symbol, name, QLatin1String(symbol) == u"BET" ? 2 : 1));
+            double close = 10.5;
+            for (qint32 day : kDays) {
+                EXPECT_OK(writer.AddBar(day, 0, close - 0.5, close + 1, close - 1, close, 1000, 0));
+                close += 1;
+            }
+            EXPECT_OK(writer.CloseSecurity());
+        }
+        EXPECT_OK(writer.CloseFolder());
+        context->state.currentFolder = folder;
+        context->onShowChild = [this](QWidget* child) { children.emplace_back(child); };
+    }
+
+    std::vector<PriceBar> barsOf(const QString& symbol)
+    {
+        std::vector<PriceBar> bars;
+        store::MetaStockReader reader;
+        EXPECT_OK(reader.OpenFolder(folder));
+        EXPECT_OK(reader.SelectSecurity(symbol));
+        qint32 more = 0;
+        while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok())
+            EXPECT_OK(reader.GetBar(bars.emplace_back()));
+        return bars;
+    }
+
+    frmView& sheet(int index = 0) { return dynamic_cast<frmView&>(*children.at(size_t(index))); }
+
+    // The next "Change Record" dialog gets these five boxes and this date, and Apply.
+    void applyRecord(QDate date, QStringList boxes)
+    {
+        context.modalDrivers.push_back([date, boxes](QDialog& dialog) {
+            auto& record = dynamic_cast<frmRecord&>(dialog);
+            record.DTPicker1->setDate(date);
+            const QList<QLineEdit*> fields = {record.Text1, record.Text2, record.Text3, record.Text4, record.Text5};
+            for (int i = 0; i < 5; ++i)
+                fields[i]->setText(boxes[i]);
+            record.Command1->click();
+            return record.result();
+        });
+    }
+
+    static QStringList row(const frmView& view, int index)
+    {
+        QStringList cells;
+        for (int column = 0; column < 6; ++column)
+            cells.append(view.bars().index(index, column).data().toString());
+        return cells;
+    }
+
+    testing_support::TestContext context;
+    QString folder = context.makeFolder("data");
+    std::vector<std::unique_ptr<QWidget>> children;
+};
+
+// The list keeps the folder's order; a click names the row, a double click opens it. The data sheet
+// reads through the symbol of the row listed last, whatever row was chosen.
+TEST_F(DataSheetTest, OpenListsTheFolderAndOpensWithTheSymbolListedLast)
+{
+    frmOpen open(context);
+    open.show();
+    EXPECT_EQ(open.Text1->text(), folder);
+    ASSERT_EQ(open.ListView1->topLevelItemCount(), 3);
+    const QTreeWidgetItem* beta = open.ListView1->topLevelItem(1);
+    EXPECT_EQ(QStringList({beta->text(0), beta->text(1), beta->text(2), beta->text(3)}),
+              QStringList({"Beta", "BET", "F2.DAT", "20050105"}));
+
+    QTest::mouseClick(open.ListView1->viewport(), Qt::LeftButton, {}, open.ListView1->visualItemRect(beta).center());
+    EXPECT_EQ(open.Text2->text(), "Beta");
+    EXPECT_TRUE(children.empty());
+    // A double click is a press, a release and a second press seen as a double click.
+    const QPoint alpha = open.ListView1->visualItemRect(open.ListView1->topLevelItem(0)).center();
+    QTest::mouseClick(open.ListView1->viewport(), Qt::LeftButton, {}, alpha);
+    QTest::mouseDClick(open.ListView1->viewport(), Qt::LeftButton, {}, alpha);
+
+    ASSERT_EQ(children.size(), 1u);
+    EXPECT_EQ(sheet().windowTitle(), "DataSheet of Alpha");
+    EXPECT_EQ(QStringList({sheet().Text1->text(), sheet().Text2->text(), sheet().Text3->text()}),
+              QStringList({folder, "Alpha", "GAM"}));
+    EXPECT_EQ(open.result(), QDialog::Accepted);
+    ASSERT_EQ(context->state.recent.size(), 1);
+    EXPECT_EQ(context->state.recent[0].caption, "&1 Alpha");
+    EXPECT_EQ(context->state.recent[0].folder, folder);
+}
+
+// Typed names open too, twice gives two numbered entries, and an entry made in another form whose
+// caption is the typed name keeps the list as it is.
+TEST_F(DataSheetTest, OpenAddsARecentEntryEachTimeUnlessACaptionIsTheName)
+{
+    for (int i = 0; i < 2; ++i) {
+        frmOpen open(context);
+        open.Text2->setText(" Not Listed ");
+        QTest::keyClick(open.ListView1, Qt::Key_Return);
+    }
+    context->state.recent.append({"Odd", folder, " Odd "});
+    frmOpen open(context);
+    open.Text2->setText("Odd");
+    open.Command2->click();
+    ASSERT_EQ(context->state.recent.size(), 3);
+    EXPECT_EQ(context->state.recent[1].caption, "&2 Not Listed");
+    EXPECT_EQ(children.size(), 3u);
+}
+
+TEST_F(DataSheetTest, OpenWithAnEmptySecurityBoxOnlySaysSo)
+{
+    frmOpen open(context);
+    open.Command2->click();
+    EXPECT_EQ(context.prompter().messages(), QStringList{"No Security Selected."});
+    EXPECT_TRUE(context->state.recent.isEmpty());
+    EXPECT_TRUE(children.empty());
+    EXPECT_NE(open.result(), QDialog::Accepted);
+}
+
+// Browse lists the folder picked, a cancel changes nothing; Enter in the Directory box lists what is
+// typed there. Every way out leaves the trimmed Directory box as the shared folder.
+TEST_F(DataSheetTest, BrowseAndEnterListAnotherFolder)
+{
+    const QString empty = context.makeFolder("empty");
+    context.prompter().folders = {QString(), empty};
+    frmOpen open(context);
+    open.Command1->click();
+    EXPECT_EQ(open.ListView1->topLevelItemCount(), 3);
+    open.Command1->click();
+    EXPECT_EQ(open.Text1->text(), empty);
+    EXPECT_EQ(open.ListView1->topLevelItemCount(), 0);
+    EXPECT_EQ(context.prompter().prompts[0].title, "Browse For Folder");
+
+    open.Text1->setText(folder + "  ");
+    QTest::keyClick(open.Text1, Qt::Key_Return);
+    EXPECT_EQ(open.ListView1->topLevelItemCount(), 3);
+    open.Command3->click();
+    EXPECT_EQ(context->state.currentFolder, folder);
+}
+
+// Chart mode hands the same three values to the chart maker; without one nothing opens.
+TEST_F(DataSheetTest, ChartModeOpensWhatTheChartMakerMakes)
+{
+    QStringList handed;
+    frmOpen withoutMaker(context);
+    withoutMaker.chartMode = 1;
+    withoutMaker.Text2->setText("Beta");
+    withoutMaker.Command2->click();
+    EXPECT_TRUE(children.empty());
+
+    context->makeChart = [&](const QString& f, const QString& name, const QString& symbol) {
+        handed = {f, name, symbol};
+        return new QWidget;
+    };
+    frmOpen open(context);
+    open.chartMode = 1;
+    open.Text2->setText("Beta ");
+    open.Command2->click();
+    EXPECT_EQ(handed, QStringList({folder, "Beta", "GAM"}));
+    ASSERT_EQ(children.size(), 1u);
+    EXPECT_EQ(children[0]->windowTitle(), "Chart of Beta");
+}
+
+// A folder that is not a data folder or is damaged lists nothing new and says nothing; the window
+// stays usable and the folder is left as it was.
+TEST_F(DataSheetTest, UnreadableFoldersLeaveTheListAndTheFolderAsTheyWere)
+{
+    const QString damaged = context.makeFolder("damaged");
+    store_test::writeFile(damaged + "/MASTER", "not an index");
+    frmOpen open(context);
+    for (const QString& other : {damaged, folder + "/missing"}) {
+        open.Text1->setText(other);
+        QTest::keyClick(open.Text1, Qt::Key_Return);
+        EXPECT_EQ(open.ListView1->topLevelItemCount(), 3);
+    }
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    EXPECT_EQ(store_test::readFile(damaged + "/MASTER"), QByteArray("not an index"));
+}
+
+TEST_F(DataSheetTest, SheetShowsTheHeaderAndEveryBarWithTheNewestCurrent)
+{
+    frmView view(context, folder, "Beta", "BET");
+    EXPECT_EQ(QStringList({view.Text4->text(), view.Text5->text(), view.Text6->text()}),
+              QStringList({"1/3/2005", "1/5/2005", "Weekly"}));
+    ASSERT_EQ(view.bars().rowCount(), 3);
+    EXPECT_EQ(row(view, 2), QStringList({"1/5/2005", "12.00", "13.50", "11.50", "12.50", "1000"}));
+    EXPECT_EQ(view.ListView1->currentIndex().row(), 2);
+}
+
+TEST_F(DataSheetTest, SecurityWithoutBarsOrUnknownSymbolLoadsAnEmptyTable)
+{
+    store::MetaStockWriter writer;
+    ASSERT_OK(writer.OpenFolder(folder));
+    ASSERT_OK(writer.CreateSecurity("NEW", "New", 1));
+    ASSERT_OK(writer.AddBar(20060102, 0, 0, 0, 0, 0, 0, 0));
+    ASSERT_OK(writer.DeleteBar("20060102"));
+    ASSERT_OK(writer.CloseFolder());
+    frmView empty(context, folder, "New", "NEW");
+    EXPECT_EQ(empty.bars().rowCount(), 0);
+    EXPECT_EQ(empty.Text5->text(), "1/2/2006");
+    frmView unknown(context, folder, "Nothing", "NONE");
+    EXPECT_EQ(unknown.bars().rowCount(), 0);
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+}
+
+// The progress window's Cancel, pressed while the bars are read, keeps the rows read so far and the
+// last date of the header.
+TEST_F(DataSheetTest, CancelledLoadingKeepsAPartialTable)
+{
+    store::MetaStockWriter writer;
+    ASSERT_OK(writer.OpenFolder(folder));
+    ASSERT_OK(writer.SelectSecurity("ALP"));
+    for (qint32 day = 20050201; day <= 20050228; ++day)
+        ASSERT_OK(writer.AddBar(day, 0, 1, 1, 1, 1, 1, 0));
+    ASSERT_OK(writer.CloseFolder());
+    QTimer::singleShot(0, [] {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (auto* progress = qobject_cast<QProgressDialog*>(widget))
+                progress->cancel();
+        }
+    });
+    frmView view(context, folder, "Alpha", "ALP", nullptr, store::ProgressWindow::Display::Window);
+    EXPECT_GE(view.bars().rowCount(), 1);
+    EXPECT_LT(view.bars().rowCount(), 31);
+    EXPECT_EQ(view.Text5->text(), "2/28/2005");
+}
+
+// Insert writes a hand-entered bar (time and open interest -1) and reads the sheet again; a date the
+// security has is refused and nothing is written.
+TEST_F(DataSheetTest, InsertAddsABarAndRefusesAnExistingDate)
+{
+    context.setToday(QDate(2005, 1, 4));
+    frmView view(context, folder, "Alpha", "ALP");
+    applyRecord(QDate(2005, 1, 4), {"1", "2", "3", "4", "5"});
+    view.Command2->click();
+    EXPECT_EQ(context.prompter().messages(), QStringList{"Date Already Exist."});
+
+    const auto before = store_test::snapshot(folder);
+    applyRecord(QDate(2004, 12, 31), {"9.25", "9.5", "9", "9.125", "12345"});
+    view.Command2->click();
+    ASSERT_EQ(view.bars().rowCount(), 4);
+    EXPECT_EQ(row(view, 0), QStringList({"12/31/2004", "9.25", "9.50", "9.00", "9.13", "12345"}));
+    const PriceBar inserted = barsOf("ALP")[0];
+    EXPECT_EQ(inserted.date, 20041231);
+    EXPECT_EQ(inserted.openInterest, -1.0);
+    EXPECT_NE(store_test::snapshot(folder), before);
+}
+
+// Apply with an empty box or text that is no number keeps the dialog open; Close gives up.
+TEST_F(DataSheetTest, IncompleteRecordKeepsTheDialogOpen)
+{
+    frmView view(context, folder, "Alpha", "ALP");
+    const auto before = store_test::snapshot(folder);
+    context.modalDrivers.push_back([](QDialog& dialog) {
+        auto& record = dynamic_cast<frmRecord&>(dialog);
+        record.Text1->setText("1");
+        record.Command1->click();
+        record.Text2->setText("2");
+        record.Text3->setText("3");
+        record.Text4->setText("4");
+        record.Text5->setText("lots");
+        record.Command1->click();
+        EXPECT_FALSE(record.accepted);
+        record.Command2->click();
+        return record.result();
+    });
+    view.Command2->click();
+    EXPECT_EQ(context.prompter().messages(),
+              QStringList({"Please Complete All Fields.", "The volume \"lots\" is not a number."}));
+    EXPECT_EQ(store_test::snapshot(folder), before);
+}
+
+// Change writes the values into the bar of the dialog's date and into the selected row, which keeps its
+// place and date, even when the date is another row's. The boxes start with the stored values.
+TEST_F(DataSheetTest, ChangeReplacesTheValuesOfTheDialogsDate)
+{
+    frmView view(context, folder, "Alpha", "ALP");
+    view.ListView1->setCurrentIndex(view.bars().index(1, 0));
+    QStringList shown;
+    context.modalDrivers.push_back([&shown](QDialog& dialog) {
+        auto& record = dynamic_cast<frmRecord&>(dialog);
+        shown = {record.DTPicker1->date().toString(Qt::ISODate), record.Text1->text(), record.Text5->text()};
+        record.Text4->setText("20.75");
+        record.Command1->click();
+        return record.result();
+    });
+    view.ListView1->doubleClicked(view.ListView1->currentIndex());
+    EXPECT_EQ(shown, QStringList({"2005-01-04", "11", "1000"}));
+    EXPECT_EQ(row(view, 1)[4], "20.75");
+    EXPECT_EQ(barsOf("ALP")[1].close, 20.75);
+
+    applyRecord(QDate(2005, 1, 5), {"1", "2", "0.5", "1.5", "7"});
+    view.Command3->click();
+    EXPECT_EQ(row(view, 1), QStringList({"1/4/2005", "1.00", "2.00", "0.50", "1.50", "7"}));
+    const auto bars = barsOf("ALP");
+    EXPECT_EQ(bars[1].close, 20.75);
+    EXPECT_EQ(bars[2].close, 1.5);
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+}
+
+TEST_F(DataSheetTest, DeleteRemovesTheSelectedRowOnlyAfterYes)
+{
+    frmView view(context, folder, "Alpha", "ALP");
+    view.ListView1->setCurrentIndex(view.bars().index(0, 0));
+    context.prompter().answers = {false, true};
+    view.Command4->click();
+    EXPECT_EQ(view.bars().rowCount(), 3);
+    view.Command4->click();
+    ASSERT_EQ(view.bars().rowCount(), 2);
+    EXPECT_EQ(row(view, 0)[0], "1/4/2005");
+    EXPECT_EQ(barsOf("ALP").size(), 2u);
+    ASSERT_EQ(context.prompter().prompts.size(), 3);
+    EXPECT_EQ(context.prompter().prompts[0].text, "Are you sure to delete date : 1/3/2005");
+    EXPECT_EQ(context.prompter().prompts[2].text, "Record Deleted.");
+}
+
+struct Failure
+{
+    const char* what;
+    const char* symbol; // the sheet's
+    bool damageDataFile;
+};
+
+class FailureTest
+    : public DataSheetTest
+    , public ::testing::WithParamInterface<Failure>
+{};
+
+// A failing write ends the action without a word and without touching the folder, and leaves the
+// folder free for the next writer.
+TEST_P(FailureTest, FailedActionsChangeNothingAndLeaveTheFolderFree)
+{
+    frmView view(context, folder, "Alpha", "ALP");
+    view.ListView1->setCurrentIndex(view.bars().index(0, 0));
+    view.Text3->setText(QLatin1String(GetParam().symbol));
+    if (GetParam().damageDataFile)
+        store_test::writeFile(folder + "/F1.DAT", "short");
+    const auto before = store_test::snapshot(folder);
+
+    applyRecord(QDate(2004, 12, 31), {"1", "1", "1", "1", "1"});
+    view.Command2->click();
+    applyRecord(QDate(2005, 1, 3), {"1", "1", "1", "1", "1"});
+    view.Command3->click();
+    context.prompter().answers = {true};
+    view.Command4->click();
+
+    EXPECT_EQ(store_test::snapshot(folder), before);
+    EXPECT_EQ(view.bars().rowCount(), 3);
+    EXPECT_EQ(context.prompter().messages(), QStringList());
+    store::FileSystem fs;
+    std::unique_ptr<store::FolderLock> lock;
+    EXPECT_OK(store::FolderLock::acquire(fs, folder, lock, 0));
+}
+
+const Failure failures[] = {
+    {"SymbolNotInTheFolder", "NONE", false},
+    {"DamagedDataFile", "ALP", true},
+};
+
+INSTANTIATE_TEST_SUITE_P(Sheet, FailureTest, ::testing::ValuesIn(failures), store_test::nameOf<Failure>);
+
+} // namespace
