@@ -6,6 +6,7 @@
 #include "download/sources/quotesource.h"
 #include "download/sources/sourceclient.h"
 #include "downloadfixture.h"
+#include "paramnames.h"
 
 #include <QFile>
 
@@ -50,7 +51,7 @@ QString testName(const char* profile, const char* file)
 struct HistoryCase
 {
     const char* profile;
-    const char* file;
+    const char* what; // the recorded reply, in its provider's folder
     int status;
     qsizetype rows; // 0: refused
     const char* newest; // "date open high low close volume"
@@ -75,7 +76,7 @@ TEST_P(RecordedHistoryTest, ReadsTheRowsOrSaysWhatTheProviderAnswered)
     if (!QFile::exists(Replies))
         GTEST_SKIP() << "the recorded provider replies are not at hand";
     const sources::HistoryParse parse =
-        sources::findSource(QLatin1String(c.profile))->parseHistory(replyOf(c.status, recorded(QLatin1String(c.file))));
+        sources::findSource(QLatin1String(c.profile))->parseHistory(replyOf(c.status, recorded(QLatin1String(c.what))));
     if (c.rows == 0) {
         EXPECT_FALSE(parse.ok);
         EXPECT_TRUE(parse.rows.isEmpty());
@@ -230,14 +231,14 @@ INSTANTIATE_TEST_SUITE_P(
                     "2019-10-02 223.06 223.58 217.93 218.96 34612300",
                     "2018-01-02 170.16 172.3 169.26 172.26 25555934",
                     ""}),
-    [](const auto& param) { return testName(param.param.profile, param.param.file).toStdString(); });
+    testing_support::nameOf<HistoryCase>);
 
 // Error answers, most with status 200, each recognised by its body. Stooq has no recorded reply: its
 // cases are written after the answers the provider documents (CSV with CR LF, no volume for some
 // instruments, a key request, a check page for browsers, quota and "No data" texts).
 struct AnswerCase
 {
-    const char* name;
+    const char* what;
     const char* profile;
     int status;
     const char* body;
@@ -314,7 +315,7 @@ INSTANTIATE_TEST_SUITE_P(
         AnswerCase{"eodhd_bad_key", "eodhd", 401, "Unauthenticated", "refused the API key"},
         AnswerCase{"classic_missing_page", "classic", 404, "", "HTTP 404"},
         AnswerCase{"yahoo_not_json", "yahoo", 200, "Will be right back...", "not a chart"}),
-    [](const auto& param) { return std::string(param.param.name); });
+    testing_support::nameOf<AnswerCase>);
 
 // A bar's date is its day in the exchange's zone: not UTC (a Sydney session starts the evening before
 // in UTC), and not the offset of the moment of the request (wrong across a daylight-saving change).
@@ -339,7 +340,7 @@ TEST(YahooDatesTest, AreTheExchangesTradingDays)
 struct QuoteCase
 {
     const char* profile;
-    const char* file;
+    const char* what; // the recorded reply, in its provider's folder
     const char* fields; // joined with '|'
 };
 
@@ -352,7 +353,7 @@ TEST_P(RecordedQuoteTest, ReadsTheTwelveFields)
         GTEST_SKIP() << "the recorded provider replies are not at hand";
     const QLocale english(QLocale::English, QLocale::UnitedStates);
     const sources::QuoteParse parse = sources::findSource(QLatin1String(GetParam().profile))
-                                          ->parseQuote(replyOf(200, recorded(QLatin1String(GetParam().file))), english);
+                                          ->parseQuote(replyOf(200, recorded(QLatin1String(GetParam().what))), english);
     ASSERT_TRUE(parse.values) << parse.reason.toStdString();
     EXPECT_EQ(QStringList(parse.values->begin(), parse.values->end()).join(u'|'), QLatin1String(GetParam().fields));
 }
@@ -377,7 +378,7 @@ INSTANTIATE_TEST_SUITE_P(
         QuoteCase{"tiingo",
                   "tiingo/daily_GOOGL_latest.json",
                   "|1037.29|4/12/2018|4:00pm|N/A|N/A|1031.47|1044.65|1026.05|N/A|N/A|1,644,794"}),
-    [](const auto& param) { return testName(param.param.profile, param.param.file).toStdString(); });
+    testing_support::nameOf<QuoteCase>);
 
 struct SymbolCase
 {
