@@ -10,7 +10,9 @@
 #include "keyboardlocks.h"
 #include "startupoptions.h"
 #include "store/metastockreader.h"
+#include "store/windows/frmadjustsecurity.h"
 #include "store/windows/frmcreate.h"
+#include "store/windows/frmdeletedata.h"
 #include "store/windows/frmopen.h"
 #include "store/windows/frmview.h"
 #include "symbols/windows/frmlookup.h"
@@ -418,6 +420,14 @@ void frmMain::wireWindows()
     setOpener(mnuDownload, [this] {
         download::frmDownload selection(m_context, this);
         m_context.runModal(selection);
+    });
+    setOpener(mnuSecurity, [this] {
+        store::frmAdjustSecurity adjust(m_context, this);
+        m_context.runModal(adjust);
+    });
+    setOpener(mnuData, [this] {
+        store::frmDeleteData deleteData(m_context, this);
+        m_context.runModal(deleteData);
     });
 }
 

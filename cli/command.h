@@ -34,6 +34,7 @@ struct Command
 std::vector<Command> storeCommands();
 std::vector<Command> quoteCommands();
 std::vector<Command> downloadCommands();
+std::vector<Command> adjustCommands();
 std::vector<Command> sourceCommands();
 
 } // namespace cli

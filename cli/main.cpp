@@ -12,7 +12,11 @@ namespace {
 std::vector<cli::Command> allCommands()
 {
     std::vector<cli::Command> commands;
-    for (auto group : {cli::storeCommands(), cli::quoteCommands(), cli::downloadCommands(), cli::sourceCommands()})
+    for (auto group : {cli::storeCommands(),
+                       cli::adjustCommands(),
+                       cli::quoteCommands(),
+                       cli::downloadCommands(),
+                       cli::sourceCommands()})
         commands.insert(commands.end(), group.begin(), group.end());
     return commands;
 }

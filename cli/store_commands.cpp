@@ -7,47 +7,19 @@
 #include "store/metastock/report.h"
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
+#include "store/transaction.h"
+#include "storestatus.h"
+
+#include <QCommandLineParser>
 
 namespace cli {
 
 namespace {
 
-// Refused arguments and folders that cannot be read are usage errors; everything else that fails
-// (a busy folder, a failed write) is a problem of the run.
-int exitFor(const store::Status& status)
-{
-    switch (status.code()) {
-    case store::ErrorCode::None:
-        return Success;
-    case store::ErrorCode::InvalidArgument:
-    case store::ErrorCode::NotFound:
-    case store::ErrorCode::Damaged:
-        return Usage;
-    default:
-        return Problems;
-    }
-}
-
-int fail(Io& io, const store::Status& status)
-{
-    io.err << "ticksmith-cli: " << status.text() << "\n";
-    return exitFor(status);
-}
-
 int usage(Io& io, const char* synopsis)
 {
     io.err << "Usage: ticksmith-cli " << synopsis << "\n";
     return Usage;
-}
-
-QString isoDate(qint32 date)
-{
-    if (date == 0)
-        return QStringLiteral("N/A");
-    return QStringLiteral("%1-%2-%3")
-        .arg(date / 10000, 4, 10, QChar(u'0'))
-        .arg(date / 100 % 100, 2, 10, QChar(u'0'))
-        .arg(date % 100, 2, 10, QChar(u'0'));
 }
 
 QString periodicityName(qint32 code)
@@ -172,14 +144,66 @@ int create(const QStringList& arguments, Io& io)
     return status.ok() ? Success : fail(io, status);
 }
 
+// Takes the folder lock (removing a lock file left by a writer that ended), finishes or undoes an
+// interrupted change and removes leftover temporary files, reporting each thing it did.
+int repair(store::FileSystem& fs, const QString& folder, Io& io)
+{
+    if (!fs.isFolder(folder))
+        return fail(io,
+                    store::Status::error(store::ErrorCode::NotFound,
+                                         QStringLiteral("The folder %1 does not exist").arg(folder)));
+    QString holder;
+    const bool stale = store::FolderLock::inspect(folder, holder) == store::FolderLock::State::Stale;
+    std::unique_ptr<store::FolderLock> lock;
+    if (store::Status s = store::FolderLock::acquire(fs, folder, lock, 0); !s.ok())
+        return fail(io, s);
+    QStringList done;
+    if (stale)
+        done << QStringLiteral("removed the lock file of a writer that ended (%1)")
+                    .arg(holder.isEmpty() ? QStringLiteral("unknown") : holder);
+    const store::Status recovered = store::recoverFolder(fs, folder, &done);
+    lock.reset();
+    for (const QString& line : std::as_const(done))
+        io.out << "Repaired: " << line << '\n';
+    return recovered.ok() ? Success : fail(io, recovered);
+}
+
 int check(const QStringList& arguments, Io& io)
 {
-    if (arguments.size() != 1)
-        return usage(io, "check FOLDER");
+    QCommandLineParser parser;
+    parser.addPositionalArgument(QStringLiteral("FOLDER"), QStringLiteral("The data folder"));
+    const QCommandLineOption repairOption(
+        QStringLiteral("repair"),
+        QStringLiteral("First finish or undo an interrupted change and remove a lock left by a writer that ended"));
+    parser.addOption(repairOption);
+    if (!parser.parse(QStringList{QStringLiteral("check")} + arguments) || parser.positionalArguments().size() != 1)
+        return usage(io, "check FOLDER [--repair]");
+    const QString folder = parser.positionalArguments().front();
     store::FileSystem fs;
+    if (parser.isSet(repairOption)) {
+        if (const int status = repair(fs, folder, io); status != Success)
+            return status;
+    }
     store::metastock::Problems problems;
-    if (store::Status s = store::metastock::checkFolder(fs, arguments[0], problems); !s.ok())
+    if (store::Status s = store::metastock::checkFolder(fs, folder, problems); !s.ok())
         return fail(io, s);
+    QString holder;
+    switch (store::FolderLock::inspect(folder, holder)) {
+    case store::FolderLock::State::Held:
+        problems.push_back({QStringLiteral("TICKSMITH.LCK"),
+                            QStringLiteral("a writer is changing the folder (%1)").arg(holder),
+                            false});
+        break;
+    case store::FolderLock::State::Stale:
+        problems.push_back(
+            {QStringLiteral("TICKSMITH.LCK"),
+             QStringLiteral("left by a writer that ended (%1); it blocks nobody, check --repair removes it")
+                 .arg(holder),
+             false});
+        break;
+    case store::FolderLock::State::None:
+        break;
+    }
     for (const store::metastock::Problem& problem : problems)
         io.out << problem.file << ": " << problem.text << '\n';
     if (!problems.empty())
@@ -202,7 +226,11 @@ std::vector<Command> storeCommands()
          "FOLDER SYMBOL NAME FIRSTDATE [--periodicity daily|weekly|monthly]",
          "Creates a security without bars, starting at FIRSTDATE (YYYY-MM-DD)",
          create},
-        {"check", "FOLDER", "Checks every index entry and data file; lists each problem with its file", check},
+        {"check",
+         "FOLDER [--repair]",
+         "Checks every index entry and data file, leftovers of an interrupted change and the folder lock; lists each "
+         "problem with its file. --repair first finishes or undoes an interrupted change and removes a stale lock",
+         check},
     };
 }
 

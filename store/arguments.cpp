@@ -53,6 +53,9 @@ Status normalizeSymbol(const QString& text, QString& symbol)
 Status normalizeName(const QString& text, QString& name)
 {
     const QString trimmed = text.trimmed();
+    // The windows that adjust and trim securities find them by name.
+    if (trimmed.isEmpty())
+        return Status::error(ErrorCode::InvalidArgument, QStringLiteral("The name is empty"));
     if (trimmed.size() > metastock::longNameLength)
         return Status::error(
             ErrorCode::InvalidArgument,
@@ -85,6 +88,16 @@ Status parseDateText(const QString& text, qint32& date)
         return s;
     date = text.toInt();
     return {};
+}
+
+QString barDateText(QDate date)
+{
+    return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');
+}
+
+QString firstDateText(qint32 firstDate)
+{
+    return QString::number(metastock::isValidDate(firstDate) ? firstDate : earliestDate);
 }
 
 Status checkDate(qint32 date)

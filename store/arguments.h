@@ -3,6 +3,7 @@
 #include "securitytypes.h"
 #include "status.h"
 
+#include <QDate>
 #include <QString>
 
 namespace store {
@@ -13,7 +14,7 @@ namespace store {
 // A symbol as stored: trimmed, ASCII letters in upper case, 1 to 14 Latin-1 characters. A longer one is
 // refused, never cut, because two cut symbols could name one security.
 Status normalizeSymbol(const QString& text, QString& symbol);
-// A name as stored: trimmed, up to 45 Latin-1 characters (the first 16 go to MASTER, the whole name to
+// A name as stored: trimmed, 1 to 45 Latin-1 characters (the first 16 go to MASTER, the whole name to
 // EMASTER or XMASTER).
 Status normalizeName(const QString& text, QString& name);
 // Symbols compare without regard to the case of ASCII letters.
@@ -22,6 +23,14 @@ bool sameName(const QString& a, const QString& b);
 
 // A date given as the text "yyyymmdd": exactly eight digits naming a date from 1900-01-01 to 2099-12-31.
 Status parseDateText(const QString& text, qint32& date);
+// A date as the eight digits yyyymmdd, the text in which the writer takes a date that names bars.
+QString barDateText(QDate date);
+// The first date a folder can hold: a range from it reaches back to a security's oldest bar.
+constexpr qint32 earliestDate = 19000101;
+// A security's first date as the text the writer takes to remove its history "from the first date":
+// the index's date, or the earliest date when the index holds none (0) or a number that is no date, so
+// that the bars are removed all the same.
+QString firstDateText(qint32 firstDate);
 Status checkDate(qint32 date);
 // A price, volume or open interest the folder can hold: finite and below 2^127 in magnitude.
 Status checkValue(double value, const char* what);

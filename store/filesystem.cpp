@@ -1,9 +1,11 @@
 #include "filesystem.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
+#include <QSysInfo>
+#include <QThread>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -104,8 +106,17 @@ Status FileSystem::readFile(const QString& path, QByteArray& bytes)
 
 Status FileSystem::makeFolder(const QString& path)
 {
+    // A folder made here must outlast a power cut together with the files then written into it, so
+    // the name of each new folder is flushed in its parent.
+    QStringList made;
+    for (QString folder = QDir(path).absolutePath(); !QFileInfo::exists(folder); folder = QFileInfo(folder).path())
+        made.prepend(folder);
     if (!QDir().mkpath(path))
         return ioError(QStringLiteral("Cannot create the folder"), path, QStringLiteral("refused"));
+    for (const QString& folder : std::as_const(made)) {
+        if (Status s = syncPath(QFileInfo(folder).path(), true); !s.ok())
+            return s;
+    }
     return {};
 }
 
@@ -151,6 +162,60 @@ QString FileSystem::stamp(const QString& folder, const QStringList& names)
     return text;
 }
 
+// On Linux an open-file-description lock: it belongs to one open of the file, so two writers of one
+// process exclude each other too. Elsewhere a record lock of the process. Both are dropped by the
+// system when the process ends, and NFS carries both to the server.
+#ifdef F_OFD_SETLK
+constexpr int setLockCommand = F_OFD_SETLK;
+constexpr int getLockCommand = F_OFD_GETLK;
+#else
+constexpr int setLockCommand = F_SETLK;
+constexpr int getLockCommand = F_GETLK;
+#endif
+
+Status FileSystem::tryLock(const QString& path, int& handle)
+{
+    const QByteArray name = QFile::encodeName(path);
+    for (;;) {
+        const int fd = ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+        if (fd < 0)
+            return ioError(QStringLiteral("Cannot lock"), path, QString::fromLocal8Bit(strerror(errno)));
+        struct flock lock = {};
+        lock.l_type = F_WRLCK;
+        lock.l_whence = SEEK_SET;
+        if (::fcntl(fd, setLockCommand, &lock) != 0) {
+            const int error = errno;
+            ::close(fd);
+            if (error == EACCES || error == EAGAIN)
+                return Status::error(ErrorCode::Busy, QStringLiteral("%1 is locked").arg(path));
+            return ioError(QStringLiteral("Cannot lock"), path, QString::fromLocal8Bit(strerror(error)));
+        }
+        // The holder before us removes the file as it lets go: a lock taken on the removed file
+        // protects nothing, so we try again on the file the name now gives.
+        struct stat opened;
+        struct stat named;
+        if (::fstat(fd, &opened) == 0 && ::stat(name.constData(), &named) == 0 && opened.st_ino == named.st_ino
+            && opened.st_dev == named.st_dev) {
+            // Only for people and `check`: who holds the lock.
+            const QByteArray holder =
+                QByteArray::number(::getpid()) + ' ' + QSysInfo::machineHostName().toUtf8() + '\n';
+            const bool noted =
+                ::ftruncate(fd, 0) == 0 && ::pwrite(fd, holder.constData(), size_t(holder.size()), 0) > 0;
+            Q_UNUSED(noted); // the lock holds without the text
+            handle = fd;
+            return {};
+        }
+        ::close(fd);
+    }
+}
+
+void FileSystem::unlock(const QString& path, int handle)
+{
+    // Removed while still locked, so that nobody takes a lock on a file about to go.
+    ::unlink(QFile::encodeName(path).constData());
+    ::close(handle);
+}
+
 namespace {
 
 const QLatin1String lockName("TICKSMITH.LCK");
@@ -162,27 +227,54 @@ bool FolderLock::isLockFile(const QString& name)
     return name == lockName;
 }
 
-FolderLock::FolderLock(std::unique_ptr<QLockFile> file)
-    : m_file(std::move(file))
+FolderLock::FolderLock(FileSystem& fs, const QString& path, int handle)
+    : m_fs(fs)
+    , m_path(path)
+    , m_handle(handle)
 {}
 
-FolderLock::~FolderLock() = default;
+FolderLock::~FolderLock()
+{
+    m_fs.unlock(m_path, m_handle);
+}
 
 Status FolderLock::acquire(FileSystem& fs, const QString& folder, std::unique_ptr<FolderLock>& lock, int timeoutMs)
 {
     lock.reset();
-    auto file = std::make_unique<QLockFile>(QDir(folder).filePath(lockName));
-    // A lock older than this belongs to a program that hung; a crashed one is detected by its process id.
-    file->setStaleLockTime(10 * 60 * 1000);
-    if (file->tryLock(timeoutMs < 0 ? fs.lockTimeoutMs : timeoutMs)) {
-        lock.reset(new FolderLock(std::move(file)));
-        return {};
+    const QString path = QDir(folder).filePath(lockName);
+    const int timeout = timeoutMs < 0 ? fs.lockTimeoutMs : timeoutMs;
+    QElapsedTimer waited;
+    waited.start();
+    for (;;) {
+        int handle = -1;
+        const Status status = fs.tryLock(path, handle);
+        if (status.ok()) {
+            lock.reset(new FolderLock(fs, path, handle));
+            return {};
+        }
+        if (status.code() != ErrorCode::Busy)
+            return status;
+        if (waited.elapsed() >= timeout)
+            return Status::error(ErrorCode::Busy,
+                                 QStringLiteral("The folder %1 is being written by another program or window")
+                                     .arg(QDir::toNativeSeparators(folder)));
+        QThread::msleep(10);
     }
-    if (file->error() == QLockFile::LockFailedError)
-        return Status::error(ErrorCode::Busy,
-                             QStringLiteral("The folder %1 is being written by another program or window")
-                                 .arg(QDir::toNativeSeparators(folder)));
-    return ioError(QStringLiteral("Cannot lock the folder"), folder, QStringLiteral("the lock file cannot be created"));
+}
+
+FolderLock::State FolderLock::inspect(const QString& folder, QString& holder)
+{
+    holder.clear();
+    QFile file(QDir(folder).filePath(lockName));
+    if (!file.open(QIODevice::ReadOnly))
+        return file.exists() ? State::Held : State::None;
+    holder = QString::fromUtf8(file.read(256)).trimmed();
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    if (::fcntl(file.handle(), getLockCommand, &lock) != 0)
+        return State::Held; // cannot tell: the safe answer
+    return lock.l_type == F_UNLCK ? State::Stale : State::Held;
 }
 
 } // namespace store

@@ -8,8 +8,6 @@
 
 #include <memory>
 
-class QLockFile;
-
 namespace store {
 
 // Every file-system operation of the data component goes through this class, so that a port to another
@@ -41,13 +39,21 @@ public:
     // removed. Readers compare it before and after reading to know that nothing changed meanwhile.
     virtual QString stamp(const QString& folder, const QStringList& names);
 
+    // The folder lock (see FolderLock): takes the advisory lock of the file `path`, creating it, without
+    // waiting. Busy when another holder has it. `handle` identifies the lock for unlock().
+    virtual Status tryLock(const QString& path, int& handle);
+    // Releases the lock and removes its file.
+    virtual void unlock(const QString& path, int handle);
+
     // How long a writer waits for another writer of the same folder before it gives up with Busy.
     int lockTimeoutMs = 10000;
 };
 
 // Held by a writer from OpenFolder to CloseFolder, so that writers of one folder take turns, also
-// across processes of this program; released on destruction. Readers take no lock (see
-// MetaStockReader).
+// across processes of this program and across computers where the file system carries locks;
+// released on destruction. The lock is the operating system's advisory lock on TICKSMITH.LCK, not the
+// file's existence or content, so a writer that dies (killed, power cut) never blocks the next one: the
+// system drops its lock with the process. Readers take no lock (see MetaStockReader).
 class FolderLock
 {
 public:
@@ -60,12 +66,25 @@ public:
     [[nodiscard]] static Status
     acquire(FileSystem& fs, const QString& folder, std::unique_ptr<FolderLock>& lock, int timeoutMs = -1);
 
-    // True for the name of the lock file, which lives in the folder while a writer has it open.
+    // True for the name of the lock file, which lives in the folder while a writer has it open (and after
+    // one that died, harmlessly).
     static bool isLockFile(const QString& name);
 
+    enum class State
+    {
+        None, // no lock file
+        Held, // a live writer holds the lock
+        Stale, // a lock file nobody holds: left by a writer that died
+    };
+    // How the lock of `folder` stands, without taking it; `holder` tells who wrote the file (its
+    // process number and computer), empty when unknown.
+    static State inspect(const QString& folder, QString& holder);
+
 private:
-    explicit FolderLock(std::unique_ptr<QLockFile> file);
-    std::unique_ptr<QLockFile> m_file;
+    FolderLock(FileSystem& fs, const QString& path, int handle);
+    FileSystem& m_fs;
+    QString m_path;
+    int m_handle;
 };
 
 } // namespace store

@@ -7,6 +7,7 @@
 #include <QDir>
 
 #include <algorithm>
+#include <iterator>
 
 namespace store {
 
@@ -269,6 +270,17 @@ void MetaStockWriter::barsChanged(IndexEntry& entry, LoadedBars& loaded)
     }
 }
 
+// An emptied security's dates move to the newest bar removed (see the class comment).
+void MetaStockWriter::barsRemoved(IndexEntry& entry, LoadedBars& loaded, qint32 newestRemoved)
+{
+    if (loaded.bars.empty() && entry.firstDate != newestRemoved) {
+        entry.firstDate = newestRemoved;
+        entry.changed = true;
+        m_indexChanged = true;
+    }
+    barsChanged(entry, loaded);
+}
+
 Status MetaStockWriter::AddBar(qint32 date,
                                qint32 time,
                                double open,
@@ -327,12 +339,19 @@ Status MetaStockWriter::DeleteBar(const QString& date)
         return s;
     if (loaded->bars.erase(day) == 0)
         return noBar(day);
-    barsChanged(*findFileNumber(m_selected), *loaded);
+    barsRemoved(*findFileNumber(m_selected), *loaded, day);
     return {};
 }
 
 Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString& toDate)
 {
+    RemovedBars removed;
+    return DeleteBarsBetween(fromDate, toDate, removed);
+}
+
+Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString& toDate, RemovedBars& removed)
+{
+    removed = RemovedBars();
     LoadedBars* loaded = nullptr;
     qint32 from = 0;
     qint32 to = 0;
@@ -348,8 +367,11 @@ Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString
     const auto end = loaded->bars.upper_bound(to);
     if (begin == end)
         return {};
+    removed.count = static_cast<qint32>(std::distance(begin, end));
+    removed.firstDate = begin->first;
+    removed.lastDate = std::prev(end)->first;
     loaded->bars.erase(begin, end);
-    barsChanged(*findFileNumber(m_selected), *loaded);
+    barsRemoved(*findFileNumber(m_selected), *loaded, removed.lastDate);
     return {};
 }
 
@@ -479,10 +501,8 @@ Status MetaStockWriter::flush()
     Status result = transaction.commit(committed);
     if (!committed)
         return result;
-    // The change is made; if tidying up failed, one more recovery usually finishes it, and otherwise
-    // the next OpenFolder does.
-    if (!result.ok() && recoverFolder(m_fs, m_index.path).ok())
-        result = Status();
+    // The change is made, and a failure afterwards (the tidying up, or a flush that makes it
+    // durable) is reported; the next OpenFolder finishes what is left.
     for (auto& [number, loaded] : m_loaded)
         loaded.changed = false;
     m_removedFiles.clear();

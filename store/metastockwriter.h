@@ -36,9 +36,12 @@ class FolderLock;
 // bar in its place and replaces a bar of the same date. Intraday securities can be read but not
 // changed (Unsupported). Dates outside 1900-01-01..2099-12-31 and values MBF cannot hold (NaN,
 // infinities, magnitudes of 2^127 or more) are refused; values are stored as single-precision numbers.
-// The index dates follow the bars; a security without bars keeps the first date it was given (the
-// date of the first bar ever added) and reports it as its first and last date, so a download can start
-// from it.
+// The index dates follow the bars. A security without bars reports one date as its first and last
+// date, so that a download can start from it: a deletion that removes a security's last remaining bars
+// sets both to the date of the newest bar it removed. A download continues after a security's last
+// date, so the next one fetches only what is newer than the deleted history instead of all of it
+// again; to have the history back, the user asks for it with a data correction from an earlier date.
+// (Creating a security adds and deletes one bar: the same rule leaves it with its first date.)
 class MetaStockWriter
 {
 public:
@@ -103,6 +106,18 @@ public:
     // The same as AddBar with the fields of `bar`.
     [[nodiscard]] Status AddBar(const PriceBar& bar);
 
+    // What a range deletion removed: the number of bars and the dates of the oldest and newest of them
+    // (0 when none was removed).
+    struct RemovedBars
+    {
+        qint32 count = 0;
+        qint32 firstDate = 0;
+        qint32 lastDate = 0;
+    };
+
+    // The same as DeleteBarsBetween, telling what it removed.
+    [[nodiscard]] Status DeleteBarsBetween(const QString& fromDate, const QString& toDate, RemovedBars& removed);
+
 private:
     using Bars = std::map<qint32, metastock::Bar>;
 
@@ -120,6 +135,7 @@ private:
     metastock::IndexEntry* findSymbol(const QString& symbol);
     metastock::IndexEntry* findFileNumber(int fileNumber);
     void barsChanged(metastock::IndexEntry& entry, LoadedBars& loaded);
+    void barsRemoved(metastock::IndexEntry& entry, LoadedBars& loaded, qint32 newestRemoved);
     int newFileNumber() const;
     bool fileNumberFree(int number) const;
 

@@ -1,6 +1,9 @@
 #include "transaction.h"
 
+#include <QCryptographicHash>
 #include <QDir>
+
+#include <algorithm>
 
 namespace store {
 
@@ -8,21 +11,17 @@ namespace {
 
 const QLatin1String journalName("TICKSMITH.JNL");
 const QLatin1String temporarySuffix(".TSTMP");
+const QByteArray journalHeader("TICKSMITH JOURNAL 2");
+const QByteArray journalEnd("END");
 
 QString temporaryName(const QString& name)
 {
     return name + temporarySuffix;
 }
 
-// Journal lines: "R <name>" for a file replaced by its temporary file, "D <name>" for a file deleted.
-QByteArray journalText(const QStringList& replaced, const QStringList& removed)
+QByteArray digest(const QByteArray& bytes)
 {
-    QByteArray text;
-    for (const QString& name : replaced)
-        text += "R " + name.toUtf8() + '\n';
-    for (const QString& name : removed)
-        text += "D " + name.toUtf8() + '\n';
-    return text;
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
 }
 
 bool isPlainName(const QString& name)
@@ -30,32 +29,102 @@ bool isPlainName(const QString& name)
     return !name.isEmpty() && !name.contains(u'/') && !name.contains(u'\\') && name != u"." && name != u"..";
 }
 
-// Applies a journal: renames what is still waiting under its temporary name, deletes what still exists.
-// Running it twice does no harm, so a crash during recovery is recovered by the next open.
-Status applyJournal(FileSystem& fs, const QDir& dir, const QByteArray& journal)
+// One line of a journal: a file replaced by its temporary file, whose bytes have the digest `digest`
+// ("R <digest> <name>"), or a file deleted ("D <name>").
+struct JournalEntry
 {
-    const QList<QByteArray> lines = journal.split('\n');
-    for (const QByteArray& line : lines) {
-        if (line.size() < 3 || line[1] != ' ')
+    bool replaced = false;
+    QString name;
+    QByteArray digest;
+};
+
+// Journal text: a header, the entries, and an end line that tells a whole journal from one cut short.
+QByteArray journalText(const std::vector<JournalEntry>& entries)
+{
+    QByteArray text = journalHeader + '\n';
+    for (const JournalEntry& entry : entries)
+        text += (entry.replaced ? "R " + entry.digest + ' ' : QByteArray("D ")) + entry.name.toUtf8() + '\n';
+    return text + journalEnd + '\n';
+}
+
+// False for a journal that is not whole. A journal of the earlier form (plain "R <name>" and "D <name>"
+// lines, no header) is read without digests.
+bool parseJournal(const QByteArray& text, std::vector<JournalEntry>& entries)
+{
+    QList<QByteArray> lines = text.split('\n');
+    const bool digests = lines.front() == journalHeader;
+    if (digests) {
+        if (lines.size() < 3 || lines[lines.size() - 2] != journalEnd || !lines.back().isEmpty())
+            return false;
+        lines = lines.mid(1, lines.size() - 3);
+    }
+    for (const QByteArray& line : std::as_const(lines)) {
+        if (line.isEmpty() && !digests)
             continue;
-        const QString name = QString::fromUtf8(line.mid(2));
-        if (!isPlainName(name))
-            continue;
-        const QString target = dir.filePath(name);
-        if (line[0] == 'R') {
-            const QString temporary = dir.filePath(temporaryName(name));
-            if (fs.exists(temporary)) {
-                if (Status s = fs.rename(temporary, target); !s.ok())
-                    return s;
-            }
-        } else if (line[0] == 'D' && fs.exists(target)) {
+        JournalEntry entry;
+        entry.replaced = line.startsWith("R ");
+        if (!entry.replaced && !line.startsWith("D "))
+            return false;
+        QByteArray rest = line.mid(2);
+        if (entry.replaced && digests) {
+            entry.digest = rest.left(32);
+            rest = rest.mid(33);
+        }
+        entry.name = QString::fromUtf8(rest);
+        if (!isPlainName(entry.name))
+            return false;
+        entries.push_back(entry);
+    }
+    return true;
+}
+
+bool hasDigest(FileSystem& fs, const QString& path, const QByteArray& expected)
+{
+    QByteArray bytes;
+    return fs.exists(path) && fs.readFile(path, bytes).ok() && digest(bytes) == expected;
+}
+
+// A temporary file that is the one its journal entry wrote (always so for a journal without digests).
+bool isWaiting(FileSystem& fs, const QDir& dir, const JournalEntry& entry)
+{
+    const QString temporary = dir.filePath(temporaryName(entry.name));
+    return entry.digest.isEmpty() ? fs.exists(temporary) : hasDigest(fs, temporary, entry.digest);
+}
+
+// True when the journal describes a change that was made: each of its new files waits under its
+// temporary name or is in place already. After a power cut the journal can be on the medium without
+// all of its temporary files; the change was not made then, and no target has been touched yet.
+bool isMade(FileSystem& fs, const QDir& dir, const std::vector<JournalEntry>& entries)
+{
+    return std::all_of(entries.begin(), entries.end(), [&](const JournalEntry& entry) {
+        return !entry.replaced || entry.digest.isEmpty() || isWaiting(fs, dir, entry)
+            || hasDigest(fs, dir.filePath(entry.name), entry.digest);
+    });
+}
+
+// Applies a made change: renames what still waits under its temporary name, deletes what still exists.
+// Running it twice does no harm, so a crash during recovery is recovered by the next open.
+Status applyJournal(FileSystem& fs, const QDir& dir, const std::vector<JournalEntry>& entries)
+{
+    for (const JournalEntry& entry : entries) {
+        const QString target = dir.filePath(entry.name);
+        if (entry.replaced && isWaiting(fs, dir, entry)) {
+            if (Status s = fs.rename(dir.filePath(temporaryName(entry.name)), target); !s.ok())
+                return s;
+        } else if (!entry.replaced && fs.exists(target)) {
             if (Status s = fs.remove(target); !s.ok())
                 return s;
         }
     }
-    // The renames must be on the medium before the journal goes. Its own removal needs no flush: a
-    // journal that comes back after a crash is applied again, which changes nothing any more, and
-    // the next change's flush of the folder makes the removal durable anyway.
+    return {};
+}
+
+// The renames and removals must be on the medium before the journal goes. The journal's own removal
+// is not flushed here: the next change flushes the folder before it counts, and a journal that comes
+// back after a power cut before that describes a change that is in place, which applying again
+// leaves as it is (the digests tell its files from the temporary files of a later change).
+Status closeJournal(FileSystem& fs, const QDir& dir)
+{
     if (Status s = fs.syncFolder(dir.path()); !s.ok())
         return s;
     return fs.remove(dir.filePath(journalName));
@@ -102,72 +171,86 @@ QString Transaction::path(const QString& name) const
 Status Transaction::commit(bool& committed)
 {
     committed = false;
-    QStringList written; // temporary files to delete again if we stop before the change is made
+    if (isEmpty())
+        return {};
+    QStringList written; // files to delete again if we stop before the change is made
     auto undo = [&](Status failure) {
-        for (const QString& name : written)
-            (void)m_fs.remove(path(name));
+        for (const QString& file : written)
+            (void)m_fs.remove(file);
         return failure;
     };
 
-    QStringList replaced;
-    QStringList temporaries;
+    std::vector<JournalEntry> entries;
     for (const Replacement& replacement : m_replacements) {
-        written << temporaryName(replacement.name);
-        temporaries << path(temporaryName(replacement.name));
-        if (Status s = m_fs.writeFile(temporaries.back(), replacement.bytes); !s.ok())
+        written << path(temporaryName(replacement.name));
+        if (Status s = m_fs.writeFile(written.back(), replacement.bytes); !s.ok())
             return undo(s);
-        replaced << replacement.name;
+        entries.push_back({true, replacement.name, digest(replacement.bytes)});
     }
-    if (!temporaries.isEmpty()) {
-        if (Status s = m_fs.syncFiles(temporaries); !s.ok())
-            return undo(s);
-    }
+    for (const QString& name : m_removals)
+        entries.push_back({false, name, {}});
 
     // One file replaced needs no journal: the rename itself is the change.
-    if (replaced.size() == 1 && m_removals.isEmpty()) {
-        if (Status s = m_fs.rename(temporaries.front(), path(replaced.front())); !s.ok())
+    const bool journaled = entries.size() > 1 || !entries.front().replaced;
+    if (journaled) {
+        written << path(journalName);
+        if (Status s = m_fs.writeFile(written.back(), journalText(entries)); !s.ok())
+            return undo(s);
+    }
+    if (Status s = m_fs.syncFiles(written); !s.ok())
+        return undo(s);
+    if (!journaled) {
+        if (Status s = m_fs.rename(written.front(), path(entries.front().name)); !s.ok())
             return undo(s);
         committed = true;
         return m_fs.syncFolder(m_folder);
     }
 
-    const QByteArray journal = journalText(replaced, m_removals);
-    const QString journalTemporary = temporaryName(journalName);
-    written << journalTemporary;
-    if (Status s = m_fs.writeFile(path(journalTemporary), journal); !s.ok())
+    // The moment of the change: the journal and the files it names are on the medium together.
+    if (Status s = m_fs.syncFolder(m_folder); !s.ok())
         return undo(s);
-    if (Status s = m_fs.syncFiles({path(journalTemporary)}); !s.ok())
-        return undo(s);
-    if (Status s = m_fs.rename(path(journalTemporary), path(journalName)); !s.ok())
-        return undo(s);
-
     committed = true;
-    return applyJournal(m_fs, QDir(m_folder), journal);
+    if (Status s = applyJournal(m_fs, QDir(m_folder), entries); !s.ok()) {
+        // Refused half way (a file held open by another program, say): one more try from what the
+        // folder holds, as the next open would make it.
+        return recoverFolder(m_fs, m_folder);
+    }
+    return closeJournal(m_fs, QDir(m_folder));
 }
 
-Status recoverFolder(FileSystem& fs, const QString& folder)
+Status recoverFolder(FileSystem& fs, const QString& folder, QStringList* done)
 {
     const QDir dir(folder);
-    const QStringList names = fs.fileNames(folder);
-    for (const QString& name : names) {
-        if (name == journalName) {
-            QByteArray journal;
-            if (Status s = fs.readFile(dir.filePath(name), journal); !s.ok())
+    if (fs.exists(dir.filePath(journalName))) {
+        QByteArray journal;
+        if (Status s = fs.readFile(dir.filePath(journalName), journal); !s.ok())
+            return s;
+        std::vector<JournalEntry> entries;
+        if (parseJournal(journal, entries) && isMade(fs, dir, entries)) {
+            if (Status s = applyJournal(fs, dir, entries); !s.ok())
                 return s;
-            if (Status s = applyJournal(fs, dir, journal); !s.ok())
+            if (Status s = closeJournal(fs, dir); !s.ok())
                 return s;
+            if (done)
+                *done << QStringLiteral("finished an interrupted change of %1 files").arg(entries.size());
+        } else {
+            if (Status s = fs.remove(dir.filePath(journalName)); !s.ok())
+                return s;
+            if (done)
+                *done << QStringLiteral("undid an interrupted change that had not been made");
         }
     }
-    // Whatever temporary files remain belong to a change that never reached its journal.
-    bool removed = false;
+    // Whatever temporary files remain belong to a change that was not made. Their removal needs no
+    // flush: a file that comes back after a power cut is removed the next time.
     for (const QString& name : fs.fileNames(folder)) {
         if (name.endsWith(temporarySuffix)) {
             if (Status s = fs.remove(dir.filePath(name)); !s.ok())
                 return s;
-            removed = true;
+            if (done)
+                *done << QStringLiteral("removed the temporary file %1").arg(name);
         }
     }
-    return removed ? fs.syncFolder(folder) : Status();
+    return {};
 }
 
 } // namespace store

@@ -9,16 +9,21 @@
 
 namespace store {
 
-// Replaces and deletes several files of one folder as one step: after a crash at any point the folder
-// holds either all old files or all new ones.
+// Replaces and deletes several files of one folder as one step: after a crash or a power cut at any
+// point the folder holds either all old files or all new ones.
 //
-// Each new file is first written beside its target under a temporary name and flushed. Then a journal
-// listing the replacements and deletions is written, flushed and renamed into place: that rename is the
-// moment the change happens (a change of one file only is simply renamed into place). Afterwards the temporary files
-// are renamed over their targets, the deleted files removed and the journal deleted. Opening the folder again
-// (recoverFolder) finishes a change whose journal exists and throws away temporary files of one whose journal does not.
-// No file is ever written in place, so a reader never sees a data file whose header disagrees with its size, and a
-// reader that finds no journal before and after its reads has seen one whole state of the folder.
+// Each new file is first written beside its target under a temporary name. Then a journal listing the
+// replacements (with a digest of each new file) and deletions is written; the new files and the
+// journal are flushed, and then the folder: that folder flush is the moment the change happens.
+// Afterwards the temporary files are renamed over their targets and the deleted files removed, the
+// folder is flushed again and the journal deleted. A change of one file only needs no journal: its
+// temporary file is flushed and renamed into place, and the folder flushed.
+// Opening the folder again (recoverFolder) finishes a change whose journal exists and whose new files
+// are all there (waiting, or in place already), and otherwise throws the journal and the temporary
+// files away. Flushes cost: one per new file and for the journal, and two of the folder.
+// No file is ever written in place, so a reader never sees a data file whose header disagrees with its
+// size, and a reader that finds no journal before and after its reads has seen one whole state of the
+// folder.
 class Transaction
 {
 public:
@@ -50,8 +55,9 @@ private:
     QStringList m_removals;
 };
 
-// Finishes or undoes an interrupted Transaction in `folder` (see there). Needs the folder lock.
-Status recoverFolder(FileSystem& fs, const QString& folder);
+// Finishes or undoes an interrupted Transaction in `folder` (see there) and removes leftover temporary
+// files; adds a line to `done` for each thing it did. Needs the folder lock.
+Status recoverFolder(FileSystem& fs, const QString& folder, QStringList* done = nullptr);
 
 // True for the names of the journal and temporary files a Transaction leaves while it runs.
 bool isTransactionFile(const QString& name);

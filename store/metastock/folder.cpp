@@ -201,10 +201,9 @@ Status checkFolder(FileSystem& fs, const QString& folder, Problems& problems)
         return s;
     for (const QString& name : std::as_const(index.files)) {
         if (isTransactionFile(name))
-            problems.push_back(
-                {name,
-                 QStringLiteral(
-                     "an interrupted update left this file; opening the folder for writing finishes or undoes it")});
+            problems.push_back({name,
+                                QStringLiteral("an interrupted update left this file; check --repair or opening the "
+                                               "folder for writing finishes or undoes it")});
     }
     for (const IndexEntry* entry : index.securities()) {
         std::vector<Bar> bars;

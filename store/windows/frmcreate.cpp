@@ -28,12 +28,6 @@ const QString kTitle = QStringLiteral("Ticksmith");
 // nothing is shown. Every status of the sequence passes through here, so that this is a visible choice.
 void carryOn(const Status&) {}
 
-// A date as the eight digits yyyymmdd, the form the writer takes for a first date.
-QString dateText(QDate date)
-{
-    return date.toString(QStringLiteral("yyyy/MM/dd")).remove(u'/');
-}
-
 } // namespace
 
 frmCreate::frmCreate(context::AppContext& context, QWidget* parent)
@@ -177,7 +171,7 @@ bool frmCreate::fieldsUsable()
     QString normalized;
     for (const Status& status : {normalizeSymbol(Text3->text(), normalized),
                                  normalizeName(Text2->text(), normalized),
-                                 checkDate(dateText(DTPicker1->date()).toInt())}) {
+                                 checkDate(barDateText(DTPicker1->date()).toInt())}) {
         if (!status.ok()) {
             m_context.prompter->information(this, kTitle, status.text() + u'.');
             return false;
@@ -210,7 +204,7 @@ void frmCreate::createSecurity()
     } else {
         carryOn(writer.CreateSecurity(symbol, name, Combo1->currentIndex() + 1));
         // One bar added and taken away again leaves the first date recorded and no bars.
-        const QString firstDate = dateText(DTPicker1->date());
+        const QString firstDate = barDateText(DTPicker1->date());
         carryOn(writer.AddBar(firstDate.toInt(), 0, 0, 0, 0, 0, 0, 0));
         carryOn(writer.DeleteBar(firstDate));
         m_context.addRecent(name, folder, context::RecentCaption::FolderAndName);

@@ -396,6 +396,15 @@ TEST(MainWindowTest, TheToolsMenuOpensTheDownloadSelectionWithTheSavedOptions)
     EXPECT_EQ(context.modalsShown, QStringList{"frmDownload"});
 }
 
+TEST(MainWindowTest, ToolsAdjustOpensTheAdjustSecurityAndDeleteDataWindows)
+{
+    TestContext context;
+    app::frmMain main(context);
+    main.mnuSecurity->trigger();
+    main.mnuData->trigger();
+    EXPECT_EQ(context.modalsShown, QStringList({"frmAdjustSecurity", "frmDeleteData"}));
+}
+
 TEST(TipTest, MissingFileShowsHowToMakeOne)
 {
     TestContext context;

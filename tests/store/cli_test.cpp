@@ -65,6 +65,29 @@ TEST(Cli, CreateListCheck)
     EXPECT_TRUE(damaged.out.startsWith("F2.DAT: ")) << damaged.out.constData();
 }
 
+// Leftovers of a writer that died: check lists them, check --repair removes them and says so.
+TEST(Cli, CheckRepairsLeftovers)
+{
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QStringLiteral("data"));
+    ASSERT_EQ(cli({"create", folder, "ABC", "Alpha", "2024-01-02"}).status, 0);
+    store_test::writeFile(QDir(folder).filePath(QStringLiteral("MASTER.TSTMP")), "half");
+    store_test::writeFile(QDir(folder).filePath(QStringLiteral("TICKSMITH.LCK")), {});
+
+    const CliRun check = cli({"check", folder});
+    EXPECT_EQ(check.status, 1);
+    EXPECT_TRUE(check.out.contains("MASTER.TSTMP: an interrupted update")) << check.out.constData();
+    EXPECT_TRUE(check.out.contains("TICKSMITH.LCK: left by a writer that ended")) << check.out.constData();
+
+    const CliRun repair = cli({"check", "--repair", folder});
+    EXPECT_EQ(repair.status, 0) << repair.err.constData();
+    EXPECT_EQ(repair.out,
+              "Repaired: removed the lock file of a writer that ended (unknown)\n"
+              "Repaired: removed the temporary file MASTER.TSTMP\n"
+              "No problems found\n");
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files), QStringList({"EMASTER", "F1.DAT", "MASTER"}));
+}
+
 TEST(Cli, BarsMatchTheReferenceFormat)
 {
     const QString sample = QStringLiteral(TICKSMITH_SHARED_DIR "/metastock-samples/stooq_intraday");
@@ -75,6 +98,49 @@ TEST(Cli, BarsMatchTheReferenceFormat)
     EXPECT_EQ(all.out, store_test::readFile(sample + QStringLiteral("/bars.csv")));
     EXPECT_EQ(cli({"bars", sample + QStringLiteral("/folder"), "2hr.de"}).out, all.out);
     EXPECT_EQ(cli({"bars", sample + QStringLiteral("/folder"), "NONE"}).status, 2);
+}
+
+// rename, remove and trim as a script runs them: what they print, and bad input that changes nothing.
+TEST(Cli, RenameRemoveTrim)
+{
+    QTemporaryDir dir;
+    const QString folder = dir.filePath(QStringLiteral("data"));
+    store_test::makeAlphaAndDelta(folder);
+    const QString notData = dir.filePath(QStringLiteral("other"));
+    ASSERT_TRUE(QDir().mkpath(notData));
+    const auto before = store_test::snapshot(folder);
+    for (const QStringList& bad : {QStringList{"rename", folder, "ABC"},
+                                   QStringList{"rename", folder, "ABC", "--symbol", " "},
+                                   QStringList{"rename", folder, "ABC", "--symbol", "ABCDEFGHIJKLMNO"},
+                                   QStringList{"rename", folder, "ABC", "--name", QString(46, u'n')},
+                                   QStringList{"rename", folder, "ABC", "--bogus"},
+                                   QStringList{"remove", folder, "XYZ"},
+                                   QStringList{"remove", folder, ""},
+                                   QStringList{"remove", notData, "ABC"},
+                                   QStringList{"remove", dir.filePath(QStringLiteral("missing")), "ABC"},
+                                   QStringList{"trim", folder, "ABC"},
+                                   QStringList{"trim", folder, "ABC", "--until", "2024-02-30"}}) {
+        const CliRun run = cli(bad);
+        EXPECT_EQ(run.status, 2) << qPrintable(bad.join(u' '));
+        EXPECT_FALSE(run.err.isEmpty());
+        EXPECT_TRUE(run.out.isEmpty());
+    }
+    EXPECT_TRUE(cli({"remove", notData, "ABC"}).err.contains("not a MetaStock data folder"));
+    const CliRun taken = cli({"rename", folder, "DEF", "--symbol", "abc"});
+    EXPECT_EQ(taken.status, 1);
+    EXPECT_TRUE(taken.err.contains("exists already"));
+    EXPECT_EQ(store_test::snapshot(folder), before);
+
+    EXPECT_EQ(cli({"rename", folder, "abc", "--name", " Alpha Two ", "--symbol", "abx"}).out, "ABC\tABX\tAlpha Two\n");
+    EXPECT_EQ(cli({"trim", folder, "ABX", "--until", "2024-01-03"}).out, "ABX\t2\t2024-01-02\t2024-01-03\n");
+    const CliRun emptied = cli({"trim", folder, "ABX", "--until", "2024-12-31"});
+    EXPECT_EQ(emptied.status, 0);
+    EXPECT_EQ(emptied.out, "ABX\t2\t2024-01-04\t2024-01-05\n");
+    EXPECT_TRUE(emptied.err.contains("2024-01-05")) << emptied.err.constData();
+    const CliRun removed = cli({"remove", folder, "DEF"});
+    EXPECT_EQ(removed.status, 0);
+    EXPECT_EQ(removed.out, "DEF\tDelta\tF2.DAT\t0\n");
+    EXPECT_EQ(cli({"list", folder}).out, "ABX\tAlpha Two\tF1.DAT\tDaily\t2024-01-05\t2024-01-05\t0\n");
 }
 
 } // namespace

@@ -1,66 +1,45 @@
-// Every write sequence is all-or-nothing: the file operations fail, or the program "dies", at each
-// single write, sync, rename and removal in turn, and the folder reopened afterwards is always the
-// folder before the sequence or the folder after it, sound and without leftovers.
+// Every write sequence is all-or-nothing, also across a power cut. Each sequence runs on a simulated
+// file system that dies at every single write, flush, rename and removal in turn (and once after the
+// last); every state a power cut could leave on the medium at that moment is then reopened, which
+// recovers it, and must be the folder before the sequence or the folder after it, sound and without
+// leftovers. A sequence that completed must be entirely on the medium. Recovery itself is cut at each of
+// its steps too and reopened again. Each sequence starts right after an earlier committed change whose
+// journal's removal is not yet on the medium, so "before" also stands for "nothing committed is lost".
+// A second pass makes each operation fail on its own while the program goes on; a sequence that still
+// reports success must then be on the medium too.
 
-#include "store/metastockreader.h"
+#include "simfilesystem.h"
 #include "store/metastockwriter.h"
 #include "storetest.h"
-
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <unistd.h>
+#include <iostream>
 
 namespace {
 
 using store::MetaStockWriter;
 using store::Status;
-using store_test::problemsOf;
-using store_test::snapshot;
+using store_test::CrashModel;
+using store_test::Files;
+using store_test::SimFileSystem;
+using W = MetaStockWriter;
 
-// Fails the write point numbered `failAt` (counting from 0) and, when `crash` is set, every point
-// after it, as if the program had died there. A failed write leaves half of the bytes behind. Syncs
-// count as points but do nothing: a test cannot cut the power, and it stays fast.
-class FailingFileSystem : public store::FileSystem
+const QString folder = QStringLiteral("/simulated/data");
+
+// States checked at most per crash point and per cut of a recovery, beyond that a sample drawn with a
+// fixed seed: enough for every state of the small folders; the folders of 255 securities, each state of
+// which takes long to check, are sampled.
+size_t statesPerCrashPoint(int securities)
 {
-public:
-    int failAt = -1;
-    bool crash = false;
-    int points = 0;
+    return securities > 100 ? 30 : 400;
+}
 
-    Status writeFile(const QString& path, const QByteArray& bytes) override
-    {
-        if (!fails())
-            return FileSystem::writeFile(path, bytes);
-        (void)FileSystem::writeFile(path, bytes.left(bytes.size() / 2));
-        return failure(path);
-    }
-
-    Status syncFiles(const QStringList& paths) override { return fails() ? failure(paths.front()) : Status(); }
-
-    Status syncFolder(const QString& path) override { return fails() ? failure(path) : Status(); }
-
-    Status rename(const QString& from, const QString& to) override
-    {
-        return fails() ? failure(from) : FileSystem::rename(from, to);
-    }
-
-    Status remove(const QString& path) override { return fails() ? failure(path) : FileSystem::remove(path); }
-
-private:
-    bool fails()
-    {
-        const int point = points++;
-        return point == failAt || (crash && failAt >= 0 && point > failAt);
-    }
-
-    static Status failure(const QString& path)
-    {
-        return Status::error(store::ErrorCode::Io, QStringLiteral("injected failure at ") + path);
-    }
-};
+size_t statesPerRecoveryCut(int securities)
+{
+    return securities > 100 ? 1 : 6;
+}
 
 // Runs steps until the first that fails, as the windows do.
 Status chain(std::initializer_list<std::function<Status()>> steps)
@@ -72,115 +51,24 @@ Status chain(std::initializer_list<std::function<Status()>> steps)
     return {};
 }
 
-// A sequence from OpenFolder to CloseFolder: with `select`, ABC is selected before the change and closed after it.
-struct CrashCase
-{
-    const char* what;
-    int securities; // in the folder before the sequence
-    bool select;
-    bool commit;
-    std::function<Status(MetaStockWriter&)> change;
+using Sequence = std::function<Status(W&)>;
 
-    Status run(MetaStockWriter& w, const QString& folder) const
-    {
+// A session from OpenFolder to CloseFolder: with `selected`, ABC is selected before `change` and
+// closed after it, with `commit` a Commit follows the change.
+Sequence session(Sequence change, bool selected, bool commit)
+{
+    return [=](W& w) {
         return chain({[&] { return w.OpenFolder(folder); },
-                      [&] { return select ? w.SelectSecurity("ABC") : Status(); },
+                      [&] { return selected ? w.SelectSecurity("ABC") : Status(); },
                       [&] { return change(w); },
                       [&] { return commit ? w.Commit() : Status(); },
-                      [&] { return select ? w.CloseSecurity() : Status(); },
+                      [&] { return selected ? w.CloseSecurity() : Status(); },
                       [&] { return w.CloseFolder(); }});
-    }
-};
-
-// A folder of `count` daily securities S1, S2, ... with a bar each, and ABC with ten bars.
-void makeFolder(const QString& folder, int count)
-{
-    store_test::NoSyncFileSystem fs;
-    MetaStockWriter writer(fs);
-    ASSERT_OK(writer.OpenFolder(folder));
-    for (int i = 1; i <= count; ++i) {
-        ASSERT_OK(writer.CreateSecurity(i == 1 ? QStringLiteral("ABC") : QStringLiteral("S%1").arg(i),
-                                        QStringLiteral("Security %1").arg(i),
-                                        1));
-        for (int day = 1; day <= (i == 1 ? 10 : 1); ++day)
-            ASSERT_OK(writer.AddBar(20200100 + day, 0, day, day, day, day, day, 0));
-    }
-    ASSERT_OK(writer.CloseFolder());
-}
-
-// Hard links are enough: the writer never changes a file in place, it renames new files over old ones.
-void linkFolder(const QString& from, const QString& to)
-{
-    ASSERT_TRUE(QDir().mkpath(to));
-    for (const QString& name : QDir(from).entryList(QDir::Files)) {
-        const QByteArray source = QFile::encodeName(QDir(from).filePath(name));
-        ASSERT_EQ(::link(source.constData(), QFile::encodeName(QDir(to).filePath(name)).constData()), 0);
-    }
-}
-
-class CrashTest : public ::testing::TestWithParam<CrashCase>
-{};
-
-TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
-{
-    QTemporaryDir root;
-    const QString templateFolder = root.filePath(QStringLiteral("template"));
-    ASSERT_TRUE(QDir().mkpath(templateFolder));
-    makeFolder(templateFolder, GetParam().securities);
-    const auto before = snapshot(templateFolder);
-
-    // A run without failures counts the points and gives the folder after.
-    const QString clean = root.filePath(QStringLiteral("clean"));
-    linkFolder(templateFolder, clean);
-    FailingFileSystem counter;
-    {
-        MetaStockWriter writer(counter);
-        ASSERT_OK(GetParam().run(writer, clean));
-    }
-    const auto after = snapshot(clean);
-    ASSERT_NE(before, after);
-    ASSERT_GT(counter.points, 0);
-
-    int runs = 0;
-    for (bool crash : {false, true}) {
-        for (int point = 0; point < counter.points; ++point) {
-            const QString folder = root.filePath(QStringLiteral("run%1").arg(runs++));
-            linkFolder(templateFolder, folder);
-            FailingFileSystem failing;
-            failing.failAt = point;
-            failing.crash = crash;
-            {
-                MetaStockWriter writer(failing);
-                (void)GetParam().run(writer, folder);
-            }
-            // A reader after a crash finishes an update whose journal is in place; the temporary files of an
-            // unfinished one are left for the next writer.
-            if (crash) {
-                store::MetaStockReader reader;
-                ASSERT_OK(reader.OpenFolder(folder));
-                auto seen = snapshot(folder);
-                seen.removeIf([](const auto& file) { return file.key().endsWith(QStringLiteral(".TSTMP")); });
-                EXPECT_TRUE(seen == before || seen == after) << "reader after a crash at point " << point;
-            }
-            // Reopening finishes or undoes what the failed run left.
-            store_test::NoSyncFileSystem plain;
-            MetaStockWriter reopened(plain);
-            ASSERT_OK(reopened.OpenFolder(folder));
-            ASSERT_OK(reopened.CloseFolder());
-            const auto state = snapshot(folder);
-            EXPECT_TRUE(state == before || state == after)
-                << (crash ? "crash" : "failure") << " at point " << point << " of " << counter.points << ": "
-                << qPrintable(state.keys().join(u' '));
-            EXPECT_EQ(problemsOf(folder), QString()) << "point " << point;
-            QDir(folder).removeRecursively();
-        }
-    }
-    RecordProperty("points", counter.points);
-    EXPECT_EQ(snapshot(templateFolder), before);
+    };
 }
 
 // As the create-security window does.
-Status createNew(MetaStockWriter& w)
+Status createNew(W& w)
 {
     return chain({[&] { return w.CreateSecurity("NEW", "A long name for NEW", 1); },
                   [&] { return w.AddBar(20200102, 0, 0, 0, 0, 0, 0, 0); },
@@ -188,29 +76,246 @@ Status createNew(MetaStockWriter& w)
                   [&] { return w.CloseSecurity(); }});
 }
 
-Status appendBars(MetaStockWriter& w)
+Status appendBars(W& w)
 {
     return chain({[&] { return w.AddBar(20200113, 0, 1, 2, 0.5, 1.5, 100, 0); },
                   [&] { return w.AddBar(20200114, 0, 1, 2, 0.5, 1.5, 100, 0); },
                   [&] { return w.AddBar(20200115, 0, 1, 2, 0.5, 1.5, 100, 0); }});
 }
 
-using W = MetaStockWriter;
+// The download's step for one security with data correction: each bar replaced through BarExists,
+// DeleteBar and AddBar, then Commit, CloseSecurity and CloseFolder.
+Status correctBars(W& w)
+{
+    for (qint32 date : {20200109, 20200110, 20200113}) {
+        bool exists = false;
+        if (Status s = chain({[&] { return w.BarExists(QString::number(date), exists); },
+                              [&] { return exists ? w.DeleteBar(QString::number(date)) : Status(); },
+                              [&] { return w.AddBar(date, 0, 3, 4, 2, 3.5, 200, 0); }});
+            !s.ok())
+            return s;
+    }
+    return {};
+}
 
-const CrashCase crashCases[] = {
-    {"create_first", 0, false, false, createNew},
-    {"create_255th", 254, false, false, createNew},
-    {"create_256th", 255, false, false, createNew},
-    {"append_bars", 3, true, true, appendBars},
-    {"delete_bar", 3, true, true, [](W& w) { return w.DeleteBar("20200105"); }},
-    {"change_bar", 3, true, false, [](W& w) { return w.ChangeBar("20200110", "-1", -1, 9, 9, 9, 9, 9, -1); }},
-    {"delete_range", 3, true, false, [](W& w) { return w.DeleteBarsBetween("20200101", "20200104"); }},
-    {"rename_security", 3, false, false, [](W& w) { return w.ChangeSecurity("S2", "Renamed", "NEWNAME"); }},
-    {"delete_security", 3, false, false, [](W& w) { return w.DeleteSecurity("S2"); }},
+struct CrashCase
+{
+    const char* what;
+    int securities; // in the folder before the sequence: ABC with ten bars, then S2, S3, ... with one
+    Sequence earlier; // committed just before, its journal's removal not yet flushed
+    Sequence sequence;
 };
 
-INSTANTIATE_TEST_SUITE_P(Sequences, CrashTest, ::testing::ValuesIn(crashCases), [](const auto& param) {
-    return std::string(param.param.what);
-});
+void PrintTo(const CrashCase& param, std::ostream* out)
+{
+    *out << param.what;
+}
+
+const Sequence appendOne = session([](W& w) { return w.AddBar(20200111, 0, 5, 5, 5, 5, 5, 0); }, true, false);
+const Sequence deleteS3 = session([](W& w) { return w.DeleteSecurity("S3"); }, false, false);
+
+// One line per sequence; adding a sequence of the writer is adding a line here.
+const CrashCase crashCases[] = {
+    {"create_first", 0, nullptr, session(createNew, false, false)},
+    {"create", 3, appendOne, session(createNew, false, false)},
+    {"create_in_a_freed_number", 3, deleteS3, session(createNew, false, false)},
+    {"create_255th", 254, appendOne, session(createNew, false, false)},
+    {"create_256th", 255, appendOne, session(createNew, false, false)},
+    {"add_bars", 3, appendOne, session(appendBars, true, false)},
+    {"download_step", 3, appendOne, session(appendBars, true, true)},
+    {"download_correction", 3, appendOne, session(correctBars, true, true)},
+    {"delete_bar", 3, appendOne, session([](W& w) { return w.DeleteBar("20200105"); }, true, true)},
+    {"change_bar",
+     3,
+     appendOne,
+     session([](W& w) { return w.ChangeBar("20200110", "-1", -1, 9, 9, 9, 9, 9, -1); }, true, false)},
+    {"delete_bars_between",
+     3,
+     appendOne,
+     session([](W& w) { return w.DeleteBarsBetween("20200101", "20200104"); }, true, false)},
+    {"change_security",
+     3,
+     appendOne,
+     session([](W& w) { return w.ChangeSecurity("S2", "Renamed", "NEWNAME"); }, false, false)},
+    {"delete_security", 3, appendOne, session([](W& w) { return w.DeleteSecurity("S2"); }, false, false)},
+};
+
+// The folder of a case, all of it on the medium, with the earlier change made on top.
+SimFileSystem startingFolder(const CrashCase& param)
+{
+    SimFileSystem fs(folder);
+    MetaStockWriter writer(fs);
+    EXPECT_OK(writer.OpenFolder(folder));
+    for (int i = 1; i <= param.securities; ++i) {
+        EXPECT_OK(writer.CreateSecurity(i == 1 ? QStringLiteral("ABC") : QStringLiteral("S%1").arg(i),
+                                        QStringLiteral("Security %1").arg(i),
+                                        1));
+        for (int day = 1; day <= (i == 1 ? 10 : 1); ++day)
+            EXPECT_OK(writer.AddBar(20200100 + day, 0, day, day, day, day, day, 0));
+    }
+    EXPECT_OK(writer.CloseFolder());
+    SimFileSystem durable(folder, fs.visibleFiles());
+    if (param.earlier) {
+        MetaStockWriter earlier(durable);
+        EXPECT_OK(param.earlier(earlier));
+    }
+    durable.operations = 0;
+    return durable;
+}
+
+QString problemsOf(SimFileSystem& fs)
+{
+    store::metastock::Problems problems;
+    const Status status = store::metastock::checkFolder(fs, folder, problems);
+    QString text = status.ok() ? QString() : status.text();
+    for (const auto& problem : problems)
+        text += u' ' + problem.file + QStringLiteral(": ") + problem.text;
+    return text;
+}
+
+struct Counts
+{
+    size_t checked = 0;
+    size_t possible = 0;
+};
+
+Counts total;
+
+class CrashTest : public ::testing::TestWithParam<std::tuple<CrashCase, CrashModel>>
+{
+protected:
+    CrashModel model() const { return std::get<1>(GetParam()); }
+
+    // Opens the folder a power cut left as a writer does, which recovers it, and requires one of
+    // `allowed`; then cuts the power at each step of that recovery and requires the same of the
+    // folder opened again.
+    void reopen(const Files& state, const std::vector<Files>& allowed, const std::string& where)
+    {
+        int steps = 0;
+        const Files recovered = recover(state, where, steps);
+        if (::testing::Test::HasFailure())
+            return;
+        EXPECT_TRUE(std::find(allowed.begin(), allowed.end(), recovered) != allowed.end())
+            << where << ": reopened as " << qPrintable(QStringList(recovered.keys()).join(u' '));
+        for (int cut = 0; cut < steps; ++cut) {
+            SimFileSystem fs(folder, state);
+            fs.crashAt = cut;
+            MetaStockWriter writer(fs);
+            (void)writer.OpenFolder(folder);
+            for (const Files& left : durableStates(fs, statesPerRecoveryCut(m_securities))) {
+                if (HasFailure())
+                    return;
+                int unused = 0;
+                const Files again = recover(left, where + ", recovery cut at step " + std::to_string(cut), unused);
+                EXPECT_TRUE(std::find(allowed.begin(), allowed.end(), again) != allowed.end())
+                    << where << ", recovery cut at step " << cut;
+            }
+        }
+    }
+
+    // The folder as a writer leaves it after opening and closing `state`; `steps` counts the operations.
+    Files recover(const Files& state, const std::string& where, int& steps)
+    {
+        ++m_counts.checked;
+        SimFileSystem fs(folder, state);
+        MetaStockWriter writer(fs);
+        const Status opened = writer.OpenFolder(folder);
+        EXPECT_TRUE(opened.ok()) << where << ": " << qPrintable(opened.text());
+        EXPECT_OK(writer.CloseFolder());
+        EXPECT_EQ(problemsOf(fs), QString()) << where;
+        steps = fs.operations;
+        return fs.visibleFiles();
+    }
+
+    std::vector<Files> durableStates(const SimFileSystem& fs, size_t limit)
+    {
+        size_t possible = 0;
+        std::vector<Files> states = fs.durableStates(model(), limit, m_random, possible);
+        m_counts.possible += possible;
+        return states;
+    }
+
+    std::mt19937 m_random{19};
+    Counts m_counts;
+    int m_securities = 0;
+};
+
+TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
+{
+    const CrashCase& param = std::get<0>(GetParam());
+    m_securities = param.securities;
+    const SimFileSystem start = startingFolder(param);
+    ASSERT_FALSE(HasFailure());
+    const Files before = start.visibleFiles();
+
+    SimFileSystem clean = start;
+    {
+        MetaStockWriter writer(clean);
+        ASSERT_OK(param.sequence(writer));
+    }
+    const Files after = clean.visibleFiles();
+    ASSERT_NE(before, after);
+    const int points = clean.operations;
+
+    for (int point = 0; point <= points && !HasFailure(); ++point) {
+        SimFileSystem fs = start;
+        fs.crashAt = point;
+        {
+            MetaStockWriter writer(fs);
+            (void)param.sequence(writer);
+        }
+        // Once the sequence has succeeded, all of it must be on the medium.
+        const std::vector<Files> allowed = point == points ? std::vector{after} : std::vector{before, after};
+        for (const Files& state : durableStates(fs, statesPerCrashPoint(param.securities))) {
+            if (!HasFailure())
+                reopen(state, allowed, "power cut at operation " + std::to_string(point));
+        }
+    }
+
+    for (int point = 0; point < points && !HasFailure(); ++point) {
+        SimFileSystem fs = start;
+        fs.failAt = point;
+        MetaStockWriter writer(fs);
+        const bool succeeded = param.sequence(writer).ok();
+        const std::string where = "failure of operation " + std::to_string(point);
+        reopen(fs.visibleFiles(), {before, after}, where);
+        // A sequence that reports success in spite of the failure must be on the medium all the same.
+        const std::vector<Files> allowed = succeeded ? std::vector{after} : std::vector{before, after};
+        for (const Files& state : durableStates(fs, statesPerCrashPoint(param.securities))) {
+            if (!HasFailure())
+                reopen(state, allowed, where + " and a power cut after it");
+        }
+    }
+
+    std::cout << "[ states   ] " << param.what << (model() == CrashModel::Posix ? " (POSIX)" : " (ext4)") << ": "
+              << points << " operations, " << m_counts.checked << " states reopened and checked; " << m_counts.possible
+              << " states possible at the cuts\n";
+    total.checked += m_counts.checked;
+    total.possible += m_counts.possible;
+}
+
+INSTANTIATE_TEST_SUITE_P(Sequences,
+                         CrashTest,
+                         ::testing::Combine(::testing::ValuesIn(crashCases),
+                                            ::testing::Values(CrashModel::Ext4Ordered, CrashModel::Posix)),
+                         [](const auto& test) {
+                             return std::string(std::get<0>(test.param).what)
+                                 + (std::get<1>(test.param) == CrashModel::Posix ? "_posix" : "_ext4");
+                         });
+
+// The total over the sequences that ran, when the program ends.
+class TotalStates : public ::testing::Environment
+{
+public:
+    void TearDown() override
+    {
+        if (total.checked > 0)
+            std::cout << "[ states   ] " << total.checked << " states reopened and checked in all; " << total.possible
+                      << " states possible at the cuts, sampled beyond " << statesPerCrashPoint(0) << " per cut ("
+                      << statesPerCrashPoint(255) << " for folders of 255 securities)\n";
+    }
+};
+
+[[maybe_unused]] const auto* const totalStates = ::testing::AddGlobalTestEnvironment(new TotalStates);
 
 } // namespace

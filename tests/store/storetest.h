@@ -4,6 +4,7 @@
 #include "store/filesystem.h"
 #include "store/metastock/folder.h"
 #include "store/metastockreader.h"
+#include "store/metastockwriter.h"
 #include "store/status.h"
 
 #include <QByteArray>
@@ -107,6 +108,35 @@ inline std::vector<store::SecurityDescriptor> securitiesOf(const QString& folder
     }
     EXPECT_OK(reader.Close());
     return found;
+}
+
+// The dates of a security's bars as the reader delivers them.
+inline std::vector<qint32> barDatesOf(const QString& folder, const QString& symbol)
+{
+    std::vector<qint32> dates;
+    store::MetaStockReader reader;
+    EXPECT_OK(reader.OpenFolder(folder));
+    EXPECT_OK(reader.SelectSecurity(symbol));
+    qint32 more = 0;
+    while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok()) {
+        store::PriceBar bar;
+        EXPECT_OK(reader.GetBar(bar));
+        dates.push_back(bar.date);
+    }
+    return dates;
+}
+
+// A folder (created when missing) with ABC "Alpha", bars of 2 to 5 January 2024, and DEF "Delta" without bars.
+inline void makeAlphaAndDelta(const QString& folder)
+{
+    store::MetaStockWriter writer;
+    EXPECT_OK(writer.CreateFolder(folder));
+    EXPECT_OK(writer.OpenFolder(folder));
+    EXPECT_OK(writer.CreateSecurity("ABC", "Alpha", store::Daily));
+    for (qint32 date = 20240102; date <= 20240105; ++date)
+        EXPECT_OK(writer.AddBar({date, 0, 1, 2, 0.5, 1.5, 100, 0}));
+    EXPECT_OK(writer.CreateSecurity("DEF", "Delta", store::Daily));
+    EXPECT_OK(writer.CloseFolder());
 }
 
 } // namespace store_test

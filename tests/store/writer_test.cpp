@@ -150,9 +150,9 @@ TEST_F(WriterTest, NewSecurityKeepsItsFirstDateWithoutBars)
 
     append({bar(20040316, 1), bar(20040317, 2)});
     EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040317));
-    // Deleting every bar again falls back to the first date.
+    // Deleting every bar leaves the date of the newest one, so a download continues after it.
     edit([](W& w) { ASSERT_OK(w.DeleteBarsBetween("20040101", "20041231")); });
-    EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040316));
+    EXPECT_EQ(indexDates(), std::make_pair(20040317, 20040317));
     EXPECT_EQ(problemsOf(m_folder), QString());
 }
 
@@ -282,6 +282,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadInput{"symbol of 15 characters", [](W& w) { return w.CreateSecurity("ABCDEFGHIJKLMNO", "n", 1); }},
         BadInput{"empty symbol", [](W& w) { return w.CreateSecurity("  ", "n", 1); }},
+        BadInput{"empty name", [](W& w) { return w.ChangeSecurity("ABC", " ", "ABC"); }},
         BadInput{"name of 46 characters", [](W& w) { return w.CreateSecurity("X", QString(46, u'n'), 1); }},
         BadInput{"name outside Latin-1", [](W& w) { return w.CreateSecurity("X", QStringLiteral("Zloty \u0141"), 1); }},
         BadInput{"control character", [](W& w) { return w.CreateSecurity("X\tY", "n", 1); }},
@@ -322,6 +323,21 @@ TEST_F(WriterTest, RenamesAndDeletesSecurities)
     // The freed number is given to the next security.
     create("JKL", "Kappa", 20040105);
     EXPECT_TRUE(snapshot(m_folder).contains("F2.DAT"));
+}
+
+// A journal an earlier version left (names only, no digests) is still finished when the folder opens.
+TEST_F(WriterTest, FinishesAJournalOfTheEarlierForm)
+{
+    create("ABC", "Alpha", 20040105);
+    const auto before = snapshot(m_folder);
+    const QDir dir(m_folder);
+    store_test::writeFile(dir.filePath("EMASTER.TSTMP"), before["EMASTER"]);
+    store_test::writeFile(dir.filePath("STRAY"), "x");
+    store_test::writeFile(dir.filePath("TICKSMITH.JNL"), "R EMASTER\nD STRAY\n");
+    W writer;
+    ASSERT_OK(writer.OpenFolder(m_folder));
+    ASSERT_OK(writer.CloseFolder());
+    EXPECT_EQ(snapshot(m_folder), before);
 }
 
 TEST_F(WriterTest, FolderWithoutIndexFilesOpensEmpty)
