@@ -3,6 +3,7 @@
 #include "chart/windows/frmchart.h"
 #include "context/helpers.h"
 #include "context/windowhelpers.h"
+#include "convert/windows/frmconvert.h"
 #include "download/windows/frmdownload.h"
 #include "form3.h"
 #include "frmsettings.h"
@@ -428,6 +429,10 @@ void frmMain::wireWindows()
     setOpener(mnuData, [this] {
         store::frmDeleteData deleteData(m_context, this);
         m_context.runModal(deleteData);
+    });
+    setOpener(mnuConvert, [this] {
+        convert::frmConvert converter(m_context, this);
+        m_context.runModal(converter);
     });
 }
 

@@ -35,6 +35,7 @@ std::vector<Command> storeCommands();
 std::vector<Command> quoteCommands();
 std::vector<Command> downloadCommands();
 std::vector<Command> adjustCommands();
+std::vector<Command> convertCommands();
 std::vector<Command> sourceCommands();
 
 } // namespace cli

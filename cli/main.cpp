@@ -16,6 +16,7 @@ std::vector<cli::Command> allCommands()
                        cli::adjustCommands(),
                        cli::quoteCommands(),
                        cli::downloadCommands(),
+                       cli::convertCommands(),
                        cli::sourceCommands()})
         commands.insert(commands.end(), group.begin(), group.end());
     return commands;

@@ -447,6 +447,10 @@ Status MetaStockWriter::CloseSecurity()
     if (!m_open || m_selected == 0)
         return {};
     Status result = flush();
+    // Written bars are read again should the security be selected again, so that a long session (the
+    // converter's, which writes a whole folder) holds the bars of one security at a time.
+    if (result.ok())
+        m_loaded.erase(m_selected);
     m_selected = 0;
     return result;
 }

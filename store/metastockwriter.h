@@ -96,7 +96,7 @@ public:
     // Renames the security of `currentSymbol`; AlreadyExists when another security has `newSymbol`.
     [[nodiscard]] Status ChangeSecurity(const QString& currentSymbol, const QString& newName, const QString& newSymbol);
     [[nodiscard]] Status SecurityExists(const QString& symbol, bool& exists);
-    // Writes what is pending and ends the selection. Succeeds and does nothing when no security is
+    // Writes what is pending and ends the selection, forgetting its bars. Succeeds and does nothing when no security is
     // selected, also after CloseFolder (the delete-before-date window closes the folder first).
     [[nodiscard]] Status CloseSecurity();
     [[nodiscard]] Status BarExists(const QString& date, bool& exists);

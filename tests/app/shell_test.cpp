@@ -116,17 +116,17 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
 {
     TestContext context;
     app::frmMain window(context);
-    EXPECT_FALSE(window.mnuConvert->isEnabled());
-    EXPECT_FALSE(window.Toolbar1->actions()[10 - 1]->isEnabled());
+    EXPECT_FALSE(window.mnuSecFinder->isEnabled());
+    EXPECT_FALSE(window.Toolbar1->actions()[5 - 1]->isEnabled());
     EXPECT_TRUE(window.mnuSymbolBrowser->isEnabled());
     window.Toolbar1_ButtonClick(11);
     EXPECT_EQ(context.modalsShown, QStringList{"frmLookup"});
 
     int opened = 0;
-    window.setOpener(window.mnuConvert, [&] { ++opened; });
-    EXPECT_TRUE(window.Toolbar1->actions()[10 - 1]->isEnabled());
-    window.Toolbar1_ButtonClick(10);
-    window.mnuConvert->trigger();
+    window.setOpener(window.mnuSecFinder, [&] { ++opened; });
+    EXPECT_TRUE(window.Toolbar1->actions()[5 - 1]->isEnabled());
+    window.Toolbar1_ButtonClick(5);
+    window.mnuSecFinder->trigger();
     EXPECT_EQ(opened, 2);
     window.Toolbar1_ButtonClick(6); // "Test Report" does nothing
     EXPECT_EQ(opened, 2);

@@ -4,6 +4,7 @@
 #include "app/frmmain.h"
 #include "app/frmsettings.h"
 #include "chart/windows/frmchart.h"
+#include "convert/windows/frmconvert.h"
 #include "download/windows/frmdownload.h"
 #include "store/metastockwriter.h"
 #include "store/windows/frmcreate.h"
@@ -199,5 +200,9 @@ int main(int argc, char** argv)
     ok = saveDownload(context, folder) && ok;
     ok = saveOpenAndDataSheet(context, folder) && ok;
     ok = saveCharts(context, folder) && ok;
+    convert::frmConvert converter(context);
+    converter.Text1->setText(QStringLiteral("/data/asx"));
+    converter.Text2->setText(QStringLiteral("/data/csv"));
+    ok = save(converter, folder, "convert") && ok;
     return ok ? 0 : 1;
 }

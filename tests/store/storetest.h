@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QMap>
+#include <QProcess>
 #include <QString>
 
 #include <gtest/gtest.h>
@@ -137,6 +138,27 @@ inline void makeAlphaAndDelta(const QString& folder)
         EXPECT_OK(writer.AddBar({date, 0, 1, 2, 0.5, 1.5, 100, 0}));
     EXPECT_OK(writer.CreateSecurity("DEF", "Delta", store::Daily));
     EXPECT_OK(writer.CloseFolder());
+}
+
+// A run of the real ticksmith-cli: its exit status and what it printed.
+struct CliRun
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+inline CliRun cli(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(TICKSMITH_BUILD_DIR "/ticksmith-cli"), arguments);
+    CliRun run;
+    if (!process.waitForFinished(30000))
+        return run;
+    run.status = process.exitCode();
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
 }
 
 } // namespace store_test
