@@ -3,8 +3,8 @@
 #include "app/desktopcontext.h"
 #include "app/form2.h"
 #include "app/frmmain.h"
-#include "app/installation.h"
 #include "app/logo.h"
+#include "symbols/installation.h"
 #include "version.h"
 
 #include <QApplication>
@@ -27,7 +27,7 @@ int printPaths(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     nameTheApplication();
-    const app::Installation installation = app::currentInstallation();
+    const symbols::Installation installation = symbols::currentInstallation();
     std::printf("Program folder: %s\nData folder: %s\n",
                 qPrintable(installation.programFolder),
                 qPrintable(installation.dataFolder));

@@ -1,6 +1,6 @@
 #include "desktopcontext.h"
 
-#include "installation.h"
+#include "symbols/installation.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -73,7 +73,7 @@ std::unique_ptr<context::AppContext> makeDesktopContext()
     context->today = [] { return QDate::currentDate(); };
     context->openUrl = [](const QUrl& url) { QDesktopServices::openUrl(url); };
     context->locale = QLocale::system();
-    const Installation installation = currentInstallation();
+    const symbols::Installation installation = symbols::currentInstallation();
     context->programFolder = installation.programFolder;
     context->dataFolder = installation.dataFolder;
     context->setupProblem = installation.problem;

@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 namespace app {
@@ -53,10 +54,15 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     txtHistoryUrl = address("txtHistoryUrl", QStringLiteral("https://history.example.net"));
     txtQuoteUrl = address("txtQuoteUrl", QStringLiteral("https://quotes.example.net"));
     txtIntradayChartUrl = address("txtIntradayChartUrl", QStringLiteral("https://charts.example.net/?s={symbol}"));
+    spnTimeout = new QSpinBox(service);
+    spnTimeout->setObjectName(QStringLiteral("spnTimeout"));
+    spnTimeout->setRange(1, 3600);
+    spnTimeout->setSuffix(QStringLiteral(" s"));
     auto* serviceLayout = new QFormLayout(service);
     serviceLayout->addRow(QStringLiteral("Daily history:"), txtHistoryUrl);
     serviceLayout->addRow(QStringLiteral("Current quote:"), txtQuoteUrl);
     serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
+    serviceLayout->addRow(QStringLiteral("Request timeout:"), spnTimeout);
 
     Sources = new download::SourceSettingsBox(this);
     connect(Sources->cmdTestSource, &QPushButton::clicked, this, [this] {
@@ -106,6 +112,9 @@ void frmSettings::Form_Load()
     txtQuoteUrl->setText(settings.value(QLatin1String(download::QuoteUrlKey)).toString());
     txtIntradayChartUrl->setText(settings.value(symbols::kIntradayChartUrlKey).toString());
     Sources->load(settings);
+    spnTimeout->setValue(
+        int(std::chrono::duration_cast<std::chrono::seconds>(download::HttpLimits::fromSettings(settings).timeout)
+                .count()));
     Label1->setText(QString::number(Slider1->value()));
     try {
         const symbols::Options options = symbols::readOptions(m_context);
@@ -148,6 +157,7 @@ bool frmSettings::Command2_Click()
     settings.setValue(QLatin1String(download::QuoteUrlKey), txtQuoteUrl->text().trimmed());
     settings.setValue(symbols::kIntradayChartUrlKey, txtIntradayChartUrl->text().trimmed());
     Sources->save(settings);
+    settings.setValue(QLatin1String(download::TimeoutKey), spnTimeout->value());
     return true;
 }
 

@@ -7,6 +7,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class QSlider;
+class QSpinBox;
 
 namespace context {
 struct AppContext;
@@ -19,7 +20,8 @@ class SourceSettingsBox;
 namespace app {
 
 // "Settings": weekend downloads and the threads value (kept in the symbol database), the tip of the day
-// at start-up, the addresses of the quote service and the quote source to download from.
+// at start-up, the addresses of the quote service with the time a request may take, and the quote
+// source to download from.
 class frmSettings : public QDialog
 {
     Q_OBJECT
@@ -41,6 +43,7 @@ public:
     QLineEdit* txtQuoteUrl;
     QLineEdit* txtIntradayChartUrl;
     download::SourceSettingsBox* Sources; // the source, its key, the fallbacks and "Test"
+    QSpinBox* spnTimeout; // seconds a request may take
     QPushButton* Command1;
     QPushButton* Command2;
     QPushButton* Command3;

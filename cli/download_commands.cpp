@@ -7,7 +7,10 @@
 #include "download/selection.h"
 #include "sourceoption.h"
 #include "store/arguments.h"
+#include "symbols/installation.h"
+#include "symbols/symbolsdb.h"
 
+#include <QCoreApplication>
 #include <QDate>
 #include <QLocale>
 
@@ -18,15 +21,31 @@ namespace cli {
 
 namespace {
 
-const char* const Arguments =
-    "FOLDER... [--symbol SYMBOL]... [--correction-from YYYY-MM-DD] [--current-quote] [--weekend] [--source NAME]";
+const char* const Arguments = "FOLDER... [--symbol SYMBOL]... [--correction-from YYYY-MM-DD] [--current-quote] "
+                              "[--weekend] [--threads N] [--source NAME]";
 
 struct Request
 {
     QStringList folders;
     QStringList symbols; // empty: every security
     download::DownloadOptions options;
+    int threads = 0; // 0: the "Threads" setting
 };
+
+// The "Threads" value of the program's symbol database, as the download window uses it; 1 when the
+// database cannot be read.
+int threadsSetting()
+{
+    context::AppContext context;
+    const symbols::Installation installation = symbols::currentInstallation();
+    context.programFolder = installation.programFolder;
+    context.dataFolder = installation.dataFolder;
+    try {
+        return std::clamp(int(symbols::readOptions(context).s2), 1, download::MaxThreads);
+    } catch (const symbols::DatabaseError&) {
+        return 1;
+    }
+}
 
 int usage(Io& io, const QString& problem)
 {
@@ -40,7 +59,7 @@ std::optional<Request> parse(const QStringList& arguments, QString& problem)
     Request request;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
-        const bool takesValue = argument == u"--symbol" || argument == u"--correction-from";
+        const bool takesValue = argument == u"--symbol" || argument == u"--correction-from" || argument == u"--threads";
         if (takesValue && i + 1 >= arguments.size()) {
             problem = argument + QStringLiteral(" needs a value");
             return std::nullopt;
@@ -57,6 +76,13 @@ std::optional<Request> parse(const QStringList& arguments, QString& problem)
             request.options.correctionFrom = download::dateFromText(arguments[++i]);
             if (!request.options.correctionFrom.isValid()) {
                 problem = QStringLiteral("'%1' is not a date of the form YYYY-MM-DD").arg(arguments[i]);
+                return std::nullopt;
+            }
+        } else if (argument == u"--threads") {
+            bool ok = false;
+            request.threads = arguments[++i].toInt(&ok);
+            if (!ok || request.threads < 1 || request.threads > download::MaxThreads) {
+                problem = QStringLiteral("--threads takes a number from 1 to %1").arg(download::MaxThreads);
                 return std::nullopt;
             }
         } else if (argument == u"--current-quote") {
@@ -111,8 +137,10 @@ int download(const QStringList& given, Io& io)
             found.append(security.symbol);
             if (!download::canDownload(security.lastDate))
                 io.err << "ticksmith-cli: " << security.symbol << " has no bars to continue from; left out\n";
-            else if (download::tickedByDefault(security.lastDate, today))
-                items.append(*download::makeDownloadItem(security.symbol, security.lastDate, folder, today));
+            // Correction is asked for whatever a security already holds, today's bar included.
+            else if (request->options.dataCorrection || download::tickedByDefault(security.lastDate, today))
+                items.append(
+                    *download::makeDownloadItem(security.symbol, security.firstDate, security.lastDate, folder, today));
         }
     }
     for (const QString& symbol : request->symbols) {
@@ -125,10 +153,6 @@ int download(const QStringList& given, Io& io)
         io.err << "ticksmith-cli: the quote service is not configured; set " << download::HistoryUrlVariable
                << " or the address in the Settings window\n";
     download::DownloadJob::Events events;
-    events.historyFailed = [&io](const QString& symbol, const QString& error) {
-        io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
-        io.err.flush();
-    };
     events.ignoredError = [&io](const QString& symbol, const QString& error) {
         io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
         io.err.flush();
@@ -136,9 +160,18 @@ int download(const QStringList& given, Io& io)
     events.recorded = [&io](int, int, const context::DownloadResult& result) {
         io.out << result.symbol << "\t" << result.status << "\n";
         io.out.flush();
+        if (!result.reason.isEmpty()) {
+            io.err << "ticksmith-cli: " << result.symbol << ": " << result.reason << "\n";
+            io.err.flush();
+        }
     };
     download::DownloadJob job(*sources, QLocale(), std::move(events));
-    const download::JobOutcome outcome = job.run(items, request->options, today);
+    download::DownloadOptions options = request->options;
+    options.threads = request->threads > 0 ? request->threads : threadsSetting();
+    const download::JobOutcome outcome = job.run(items, options, today);
+    // A request that keeps a scheduled run waiting is worth a line in its log.
+    if (!outcome.slowestRequests.isEmpty() && outcome.slowestRequests.constFirst().ms >= 1000)
+        io.err << "ticksmith-cli: " << download::slowestRequestsText(outcome.slowestRequests) << "\n";
 
     io.out << download::resultsSummary(download::tallyResults(outcome.results)) << "\n";
     if (outcome.end == download::JobOutcome::End::Stopped) {
@@ -159,8 +192,9 @@ std::vector<Command> downloadCommands()
         {"download",
          Arguments,
          "Brings the securities of the FOLDERs (or only the SYMBOLs named) up to date from the quote service, "
-         "leaving out those that already hold today's bar; prints each symbol with its result, then the "
-         "summary. Exits with 1 when any security did not end OK or Up to date, or a write failed.",
+         "leaving out those that already hold today's bar unless correcting; prints each symbol with its "
+         "result, then the summary. --threads asks for N securities at once (default: the Threads setting). "
+         "Exits with 1 when any security did not end OK or Up to date, or a write failed.",
          download},
     };
 }

@@ -24,7 +24,7 @@ std::unique_ptr<sources::SourceChain> takeSourceChain(QStringList& arguments, QS
     problem = choice.problem();
     if (!problem.isEmpty())
         return nullptr;
-    return std::make_unique<sources::SourceChain>(choice, settings);
+    return std::make_unique<sources::SourceChain>(choice, settings, download::HttpLimits::fromSettings(settings));
 }
 
 namespace {

@@ -53,7 +53,8 @@ struct DownloadItem
     QString folder;
 };
 
-// The outcome of one security: "OK", "Up to date", "No Data" or "No Connection".
+// The outcome of one security: "OK", "Up to date", "No Data" or "No Connection", and why, when the
+// status alone does not say (the service's answer to a failed request, rows left out).
 struct DownloadResult
 {
     QString symbol;
@@ -70,7 +71,7 @@ struct SharedState
 
     // Options of the "settings" table, mirrored at start-up and on Apply.
     qint16 s1 = 0; // 1: also download quotes dated Saturday and Sunday
-    qint16 s2 = 0; // the "Threads" value, kept and edited but read by nothing else
+    qint16 s2 = 0; // the "Threads" value: how many securities a download asks for at once
 
     bool downloadWeekendQuotes() const { return s1 != 0; }
 

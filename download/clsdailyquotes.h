@@ -3,9 +3,12 @@
 #include "mdldailyquotes.h"
 #include "transferchannel.h"
 
+#include <QByteArray>
+#include <QByteArrayView>
 #include <QDate>
 #include <QString>
 
+#include <array>
 #include <memory>
 
 namespace download {
@@ -32,8 +35,33 @@ struct DailyQuotesParse
 // next row's date), so a last row without a line end after it is dropped. A reply of fewer than twelve
 // tokens, a price that is not a number, or a volume beyond 32 bits makes the whole reply unusable.
 // Lines that end in CR LF put an empty token between rows and so do not read; the service ends its
-// lines with a single line feed.
-DailyQuotesParse parseDailyQuotes(const QString& body);
+// lines with a single line feed. The body is UTF-8.
+//
+// Two more rules keep a broken or hostile reply from filling memory: a reply of more rows than a
+// security can hold (65,534) is unusable, and so is a date or number of more than 255 bytes.
+DailyQuotesParse parseDailyQuotes(QByteArrayView body);
+
+// The same rules, applied to a reply piece by piece as it arrives: only the rows and the token in hand
+// are kept, and the reply is refused at its first unusable row.
+class DailyQuotesReader : public BodyReader
+{
+public:
+    bool read(QByteArrayView piece) override;
+
+    QString refusal() const override { return m_error; }
+
+    // The outcome, once the last piece is read.
+    DailyQuotesParse finish();
+
+private:
+    bool endToken();
+
+    DailyQuotesParse m_parsed{true, {}, {}};
+    QString m_error;
+    qint64 m_separators = 0; // so far: the number of the token in hand, counted from 0
+    bool m_empty = true;
+    std::array<QByteArray, 6> m_fields; // date, open, high, low, close, volume of the row in hand
+};
 
 // The daily history of one symbol. A successful call replaces the rows of the list given at creation;
 // a failed one leaves them untouched.

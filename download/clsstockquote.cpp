@@ -66,6 +66,7 @@ clsStockQuote::~clsStockQuote() = default;
 void clsStockQuote::setSymbol(const QString& symbol)
 {
     const sources::SourceQuote answer = m_sources.quote(symbol, m_locale);
+    m_request = answer.request;
     if (answer.values) {
         m_values = *answer.values;
         m_error.clear();

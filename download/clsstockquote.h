@@ -77,12 +77,16 @@ public:
     // Why the last fetch brought no quote; empty after a reply of twelve fields.
     const QString& errorString() const { return m_error; }
 
+    // The address of the last request, its key masked.
+    const QString& request() const { return m_request; }
+
 private:
     std::unique_ptr<sources::SourceChain> m_ownSources;
     sources::SourceChain& m_sources;
     QLocale m_locale;
     StockQuoteValues m_values;
     QString m_error;
+    QString m_request;
 };
 
 } // namespace download

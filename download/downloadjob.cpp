@@ -2,11 +2,15 @@
 
 #include "clsdailyquotes.h"
 #include "clsstockquote.h"
+#include "prefetcher.h"
 #include "selection.h"
 #include "sources/sourceclient.h"
 #include "store/arguments.h"
 #include "store/metastockwriter.h"
 
+#include <QElapsedTimer>
+
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -61,7 +65,20 @@ DownloadOptions DownloadOptions::fromState(const context::SharedState& state)
     return {state.downloadWeekendQuotes(),
             state.downloadCurrentQuote,
             state.dataCorrection,
-            dateFromText(state.dataCorrectionFrom)};
+            dateFromText(state.dataCorrectionFrom),
+            std::clamp(int(state.s2), 1, MaxThreads)};
+}
+
+QString slowestRequestsText(const QList<RequestTime>& requests)
+{
+    QStringList texts;
+    for (const RequestTime& request : requests) {
+        QString text = QStringLiteral("%1 %2 s").arg(request.symbol).arg(double(request.ms) / 1000, 0, 'f', 1);
+        if (!request.error.isEmpty())
+            text += QStringLiteral(" (%1)").arg(request.error);
+        texts.append(text);
+    }
+    return texts.isEmpty() ? QString() : QStringLiteral("Slowest requests: ") + texts.join(QStringLiteral(", "));
 }
 
 bool isUpToDate(QDate from, QDate today, bool weekendQuotes)
@@ -85,10 +102,14 @@ public:
         , m_today(today)
     {}
 
-    // Processes one security; false when a failure ends the job.
-    bool security(const context::DownloadItem& item);
+    // The first day to ask the history of item for; an invalid date when it needs no request.
+    QDate historyFrom(const context::DownloadItem& item) const;
+
+    // Processes item index of the list, taking its replies from ahead; false when a failure ends the job.
+    bool security(int index, const context::DownloadItem& item, Prefetcher& ahead);
 
     JobOutcome outcome;
+    QList<RequestTime> requests;
 
 private:
     // What a failure does depends on how far the job has come. Until the first security reaches its
@@ -102,8 +123,11 @@ private:
         return status.ok() || failed(symbol, status.text());
     }
 
-    bool writeHistory(store::MetaStockWriter& writer, const QString& symbol, const DailyQuotes& rows);
-    void writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol);
+    // Hands the rows to the writer oldest first; what it leaves out goes into reasons.
+    bool
+    writeHistory(store::MetaStockWriter& writer, const QString& symbol, const DailyQuotes& rows, QStringList& reasons);
+    // True when today's bar was written from the current quote.
+    bool writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol, const StockQuoteValues& quote);
     bool replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar);
     void closeWriter(store::MetaStockWriter& writer, const QString& symbol);
     void record(const QString& symbol, const QString& result, const QString& reason = {});
@@ -128,22 +152,29 @@ bool DownloadJob::Run::failed(const QString& symbol, const QString& error)
     return true;
 }
 
-bool DownloadJob::Run::security(const context::DownloadItem& item)
+QDate DownloadJob::Run::historyFrom(const context::DownloadItem& item) const
+{
+    if (m_options.dataCorrection)
+        return m_options.correctionFrom;
+    const QDate from = dateFromText(item.fromDate);
+    return from.isValid() && !isUpToDate(from, m_today, m_options.weekendQuotes) ? from : QDate();
+}
+
+bool DownloadJob::Run::security(int index, const context::DownloadItem& item, Prefetcher& ahead)
 {
     const QString symbol = item.symbol.trimmed();
     const QDate from = dateFromText(item.fromDate);
     m_failureReported = false;
-    if (!m_options.dataCorrection) {
-        if (!from.isValid()) {
-            if (!failed(symbol, QStringLiteral("the start date \"%1\" is not a date").arg(item.fromDate)))
-                return false;
-            record(symbol, ResultNoData);
-            return true;
-        }
-        if (isUpToDate(from, m_today, m_options.weekendQuotes)) {
+    if (!historyFrom(item).isValid()) {
+        if (from.isValid()) {
             record(symbol, ResultUpToDate);
             return true;
         }
+        const QString reason = QStringLiteral("the start date \"%1\" is not a date").arg(item.fromDate);
+        if (!failed(symbol, reason))
+            return false;
+        record(symbol, ResultNoData, reason);
+        return true;
     }
 
     if (m_job.m_events.downloading)
@@ -156,31 +187,35 @@ bool DownloadJob::Run::security(const context::DownloadItem& item)
 
     if (m_options.dataCorrection)
         m_carryOn = true;
-    DailyQuotes rows;
-    clsDailyQuotes history(m_job.m_sources, rows);
-    history.DownloadDailyQuotes(symbol, m_options.dataCorrection ? m_options.correctionFrom : from, m_today);
-    if (history.Status() != clsDailyQuotes::StatusOk && m_job.m_events.historyFailed)
-        m_job.m_events.historyFailed(symbol, history.errorString());
-    if (history.Status() == clsDailyQuotes::StatusOk && !writeHistory(writer, symbol, rows))
+    Fetched fetched = ahead.take(index);
+    requests += fetched.requests;
+    QStringList reasons;
+    if (fetched.historyStatus != clsDailyQuotes::StatusOk)
+        reasons.append(fetched.historyError);
+    if (fetched.historyStatus == clsDailyQuotes::StatusOk && !writeHistory(writer, symbol, fetched.rows, reasons))
         return false;
 
     m_carryOn = true;
-    if (m_options.currentQuote) {
-        // A current quote makes the security "OK" whatever its history brought.
-        writeCurrentQuote(writer, symbol);
-        closeWriter(writer, symbol);
-        record(symbol, ResultOk);
-        return true;
-    }
+    // A bar from the current quote makes the security "OK" whatever its history brought; a quote
+    // without one ("N/A") leaves the verdict to the history.
+    const bool quoteWritten = fetched.quote && writeCurrentQuote(writer, symbol, *fetched.quote);
     closeWriter(writer, symbol);
-    const QString result = from > m_today ? ResultUpToDate : classify(history.Status());
-    record(symbol, result, result == ResultNoData ? history.errorString() : QString());
+    const QString reason = reasons.join(QStringLiteral("; "));
+    if (quoteWritten)
+        record(symbol, ResultOk, reason);
+    else
+        record(symbol, from > m_today ? ResultUpToDate : classify(fetched.historyStatus), reason);
     return true;
 }
 
-bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QString& symbol, const DailyQuotes& rows)
+bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer,
+                                    const QString& symbol,
+                                    const DailyQuotes& rows,
+                                    QStringList& reasons)
 {
     const auto count = int(rows.size());
+    const qint32 today = barDateOf(m_today);
+    int future = 0;
     for (int j = count - 1; j >= 0; --j) {
         if (m_job.m_events.barWritten)
             m_job.m_events.barWritten(count - j, count);
@@ -189,6 +224,12 @@ bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QStrin
         if (!date) {
             if (!failed(symbol, QStringLiteral("the service's date \"%1\" is not a date").arg(row.date)))
                 return false;
+            continue;
+        }
+        // A bar dated after today would make every later run find the security up to date and so
+        // freeze it: whatever the service says, the future is not written.
+        if (*date > today) {
+            ++future;
             continue;
         }
         const store::PriceBar bar{*date, 0, row.open, row.high, row.low, row.close, double(row.volume), 0};
@@ -200,26 +241,31 @@ bool DownloadJob::Run::writeHistory(store::MetaStockWriter& writer, const QStrin
     }
     if (m_job.m_events.barWritten)
         m_job.m_events.barWritten(0, count);
+    if (future > 0)
+        reasons.append(QStringLiteral("%1 rows dated after today were not written").arg(future));
     return true;
 }
 
-void DownloadJob::Run::writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol)
+bool DownloadJob::Run::writeCurrentQuote(store::MetaStockWriter& writer,
+                                         const QString& symbol,
+                                         const StockQuoteValues& quote)
 {
-    clsStockQuote quote(m_job.m_sources, m_job.m_locale);
-    quote.setSymbol(symbol);
-    if (quote.Opening() == QLatin1String("N/A"))
-        return;
-    const std::optional<double> open = serviceNumber(quote.Opening());
-    const std::optional<double> high = serviceNumber(quote.DayHigh());
-    const std::optional<double> low = serviceNumber(quote.DayLow());
-    const std::optional<double> close = serviceNumber(quote.Quote());
-    const std::optional<double> volume = quoteVolume(quote.Volume(), m_job.m_locale);
+    // The properties in the client's order: Symbol, Quote, ..., Opening (6), DayHigh, DayLow, ... Volume (11).
+    if (quote[6] == QLatin1String("N/A"))
+        return false;
+    const std::optional<double> open = serviceNumber(quote[6]);
+    const std::optional<double> high = serviceNumber(quote[7]);
+    const std::optional<double> low = serviceNumber(quote[8]);
+    const std::optional<double> close = serviceNumber(quote[1]);
+    const std::optional<double> volume = quoteVolume(quote[11], m_job.m_locale);
     if (!open || !high || !low || !close || !volume) {
-        failed(symbol, QStringLiteral("the current quote holds a value that is not a number"));
-        return;
+        // The current-quote step always runs carrying on past failures.
+        (void)failed(symbol, QStringLiteral("the current quote holds a value that is not a number"));
+        return false;
     }
-    // The current-quote step always runs carrying on past failures, so its outcome needs no answer.
+    const int failuresBefore = outcome.ignoredErrors;
     (void)replaceBar(writer, symbol, {barDateOf(m_today), 0, *open, *high, *low, *close, *volume, 0});
+    return outcome.ignoredErrors == failuresBefore;
 }
 
 bool DownloadJob::Run::replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar)
@@ -239,10 +285,13 @@ bool DownloadJob::Run::replaceBar(store::MetaStockWriter& writer, const QString&
 
 void DownloadJob::Run::closeWriter(store::MetaStockWriter& writer, const QString& symbol)
 {
+    QElapsedTimer timer;
+    timer.start();
     // Reached only while carrying on, so a failure is reported and the next call still made.
     (void)check(writer.Commit(), symbol);
     (void)check(writer.CloseSecurity(), symbol);
     (void)check(writer.CloseFolder(), symbol);
+    outcome.times.committingNs += timer.nsecsElapsed();
 }
 
 void DownloadJob::Run::record(const QString& symbol, const QString& result, const QString& reason)
@@ -281,20 +330,37 @@ JobOutcome DownloadJob::run(const QList<context::DownloadItem>& items, const Dow
         return run.outcome;
     }
     const auto total = int(items.size());
+    QList<FetchOrder> orders;
     for (int i = 0; i < total; ++i) {
-        if (m_events.checking)
-            m_events.checking(i + 1, total, items[i].symbol.trimmed(), run.outcome.counters);
-        if (!run.security(items[i])) {
-            run.outcome.end = JobOutcome::End::Stopped;
-            break;
-        }
-        if (m_events.recorded)
-            m_events.recorded(i + 1, total, run.outcome.results.constLast());
-        if (m_cancel) {
-            run.outcome.end = JobOutcome::End::Cancelled;
-            break;
-        }
+        if (const QDate first = run.historyFrom(items[i]); first.isValid())
+            orders.append({i, items[i].symbol.trimmed(), first, options.currentQuote});
     }
+    QElapsedTimer timer;
+    timer.start();
+    {
+        Prefetcher ahead(m_sources, m_locale, today, orders, std::clamp(options.threads, 1, MaxThreads));
+        for (int i = 0; i < total; ++i) {
+            if (m_events.checking)
+                m_events.checking(i + 1, total, items[i].symbol.trimmed(), run.outcome.counters);
+            if (!run.security(i, items[i], ahead)) {
+                run.outcome.end = JobOutcome::End::Stopped;
+                break;
+            }
+            if (m_events.recorded)
+                m_events.recorded(i + 1, total, run.outcome.results.constLast());
+            if (m_cancel) {
+                run.outcome.end = JobOutcome::End::Cancelled;
+                break;
+            }
+        }
+        run.outcome.times.waitingNs = ahead.waitedNs();
+    }
+    JobTimes& times = run.outcome.times;
+    times.writingNs = timer.nsecsElapsed() - times.waitingNs - times.committingNs;
+
+    QList<RequestTime>& slowest = run.requests;
+    std::stable_sort(slowest.begin(), slowest.end(), [](const auto& a, const auto& b) { return a.ms > b.ms; });
+    run.outcome.slowestRequests = slowest.mid(0, SlowestReported);
     return run.outcome;
 }
 

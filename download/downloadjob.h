@@ -9,8 +9,13 @@
 //
 // Per security, in list order: a security whose only missing days are tomorrow or a skipped weekend is
 // "Up to date" without a request; otherwise one history request from its start date (or the correction
-// date) to today, its rows written oldest first through a writer of its own, optionally today's bar
-// from the current quote, then Commit, CloseSecurity, CloseFolder.
+// date) to today, its rows written oldest first through a writer of its own (rows dated after today
+// are left out), optionally today's bar from the current quote, then Commit, CloseSecurity, CloseFolder.
+//
+// Requests. The requests of the next securities are made ahead of the writer, `threads` securities at a
+// time, on threads of their own (see prefetcher.h); the writing stays on the caller's thread, one
+// security at a time in list order, so results, events and files are the same for every number of
+// threads. Cancelling or stopping aborts the requests still in flight.
 //
 // Failures. The job starts out stopping: a failure while opening the folder, selecting the security or
 // appending history bars ends the job at once; that security gets no result, its writer is dropped
@@ -49,9 +54,12 @@ struct DownloadOptions
     bool currentQuote = false; // write today's bar from the current quote
     bool dataCorrection = false; // fetch again from correctionFrom and replace bars of the same date
     QDate correctionFrom;
+    int threads = 1; // securities whose requests are in flight at once, 1 to MaxThreads
 
     static DownloadOptions fromState(const context::SharedState& state);
 };
+
+inline constexpr int MaxThreads = 5;
 
 // Whether a security whose first missing day is from needs no request today. Without weekend
 // downloads, a Sunday missing on the Monday after it and a Saturday missing on that Saturday count as
@@ -65,6 +73,23 @@ struct DownloadCounters
     int completed = 0;
     int upToDate = 0;
     int noData = 0;
+};
+
+// One request of a job and how long it took.
+struct RequestTime
+{
+    QString symbol;
+    QString request; // the address asked for
+    qint64 ms = 0;
+    QString error; // empty when it succeeded
+};
+
+// Where the writer's time went.
+struct JobTimes
+{
+    qint64 waitingNs = 0; // for replies
+    qint64 writingNs = 0; // opening securities and handing them bars
+    qint64 committingNs = 0; // Commit, CloseSecurity and CloseFolder: the store making it durable
 };
 
 struct JobOutcome
@@ -81,7 +106,15 @@ struct JobOutcome
     DownloadCounters counters;
     QString stopReason; // when Stopped: the symbol and what failed
     int ignoredErrors = 0; // failures the job carried on past
+    QList<RequestTime> slowestRequests; // at most SlowestReported, slowest first
+    JobTimes times;
 };
+
+inline constexpr int SlowestReported = 5;
+
+// "Slowest requests: IBM 12.3 s (The history service did not answer ...), MSFT 4.1 s", or empty text
+// when there were none.
+QString slowestRequestsText(const QList<RequestTime>& requests);
 
 class DownloadJob
 {
@@ -94,8 +127,6 @@ public:
         std::function<void(int index, int total, const QString& symbol, const DownloadCounters& counters)> checking;
         // Its history is about to be requested.
         std::function<void(const QString& symbol)> downloading;
-        // The history request brought no usable data: the symbol and why.
-        std::function<void(const QString& symbol, const QString& error)> historyFailed;
         // Bar done of total of its history was handed to the writer; (0, total) once all are written.
         std::function<void(int done, int total)> barWritten;
         // Its result is recorded; cancel() called from here takes effect before the next security.
@@ -105,7 +136,7 @@ public:
     };
 
     // locale reads the current quote's volume, which the quote client formats with it. The channel
-    // must outlive the job.
+    // must outlive the job and allow calls from several threads at once.
     DownloadJob(TransferChannel& channel, QLocale locale, Events events = {});
     // Downloads from the quote sources, asked in their order; they must outlive the job.
     DownloadJob(sources::SourceChain& sources, QLocale locale, Events events = {});

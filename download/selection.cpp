@@ -39,6 +39,7 @@ store::Status listSecurities(const QString& folder, QList<ListedSecurity>& secur
         ListedSecurity security;
         if (!(status = reader.NextSecurity()).ok() || !(status = reader.GetName(security.name)).ok()
             || !(status = reader.GetSymbol(security.symbol)).ok()
+            || !(status = reader.GetFirstDate(security.firstDate)).ok()
             || !(status = reader.GetLastDate(security.lastDate)).ok())
             break;
         securities.append(security);
@@ -66,14 +67,14 @@ QDate startDate(QDate lastDate, QDate today)
 }
 
 std::optional<context::DownloadItem>
-makeDownloadItem(const QString& symbol, qint32 lastDate, const QString& folder, QDate today)
+makeDownloadItem(const QString& symbol, qint32 firstDate, qint32 lastDate, const QString& folder, QDate today)
 {
     const QDate last = dateFromBarDate(lastDate);
     if (!last.isValid())
         return std::nullopt;
     return context::DownloadItem{symbol.trimmed(),
                                  dateText(last.addDays(-35)),
-                                 dateText(startDate(last, today)),
+                                 dateText(firstDate == lastDate ? last : startDate(last, today)),
                                  folder};
 }
 

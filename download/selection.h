@@ -29,7 +29,8 @@ struct ListedSecurity
 {
     QString name;
     QString symbol;
-    qint32 lastDate = 0; // yyyymmdd; 0 when the folder records none
+    qint32 firstDate = 0; // yyyymmdd; 0 when the folder records none
+    qint32 lastDate = 0;
 };
 
 // The securities of folder in the folder's order. A failure ends the listing: what was read before it
@@ -48,8 +49,11 @@ bool canDownload(qint32 lastDate);
 QDate startDate(QDate lastDate, QDate today);
 
 // The download list entry of a security: the trimmed symbol, the last date less 35 days (kept, not
-// used), the start date, and the folder. Nothing when the security has no last date.
+// used), the start date, and the folder. Nothing when the security has no last date. A security whose
+// first date is its last holds that one day's bar at most (a new security holds none: its first date
+// is recorded without a bar), so its download starts on that day itself: the writer replaces a bar of
+// the same date, and a new security gets its first day's bar.
 std::optional<context::DownloadItem>
-makeDownloadItem(const QString& symbol, qint32 lastDate, const QString& folder, QDate today);
+makeDownloadItem(const QString& symbol, qint32 firstDate, qint32 lastDate, const QString& folder, QDate today);
 
 } // namespace download

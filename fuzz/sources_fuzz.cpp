@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (!source)
         std::abort();
     static const int statuses[] = {200, 200, 200, 400, 401, 404, 429, 0};
-    download::TransferReply reply;
+    download::sources::SourceReply reply;
     reply.status = size > 0 ? statuses[data[0] % 8] : 200;
     reply.ok = reply.status == 200;
     reply.error = reply.ok ? QString() : QStringLiteral("failed");

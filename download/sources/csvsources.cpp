@@ -29,7 +29,7 @@ QString encoded(const QString& text)
 }
 
 // Why a reply that is neither data nor a known error does not read.
-QString unreadable(const QuoteSource& source, const TransferReply& reply)
+QString unreadable(const QuoteSource& source, const SourceReply& reply)
 {
     if (reply.status == 0)
         return reply.error;
@@ -57,12 +57,12 @@ public:
 
     QString quoteRequest(const QString&, const QString&) const override { return {}; }
 
-    QuoteParse parseQuote(const TransferReply&, const QLocale&) const override
+    QuoteParse parseQuote(const SourceReply&, const QLocale&) const override
     {
         return quoteFailure(QStringLiteral("%1 has no current quote here.").arg(title()));
     }
 
-    HistoryParse parseHistory(const TransferReply& reply) const override
+    HistoryParse parseHistory(const SourceReply& reply) const override
     {
         if (reply.status != 0) {
             if (const QString said = knownAnswer(reply.body); !said.isEmpty())
@@ -179,7 +179,7 @@ public:
             .arg(encoded(symbol), encoded(key));
     }
 
-    HistoryParse parseHistory(const TransferReply& reply) const override
+    HistoryParse parseHistory(const SourceReply& reply) const override
     {
         const QJsonObject json = QJsonDocument::fromJson(reply.body.toUtf8()).object();
         for (auto it = json.begin(); it != json.end(); ++it) {
@@ -189,7 +189,7 @@ public:
         return CsvSource::parseHistory(reply);
     }
 
-    QuoteParse parseQuote(const TransferReply& reply, const QLocale& locale) const override
+    QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
         if (const QString said = knownAnswer(reply.body); !said.isEmpty())
             return quoteFailure(said);
@@ -301,7 +301,7 @@ public:
         return QStringLiteral("/tiingo/daily/%1/prices?format=json&token=%2").arg(encoded(symbol), encoded(key));
     }
 
-    HistoryParse parseHistory(const TransferReply& reply) const override
+    HistoryParse parseHistory(const SourceReply& reply) const override
     {
         const QJsonDocument json = QJsonDocument::fromJson(reply.body.toUtf8());
         if (!json.isArray())
@@ -317,7 +317,7 @@ public:
                           QStringLiteral("volume"));
     }
 
-    QuoteParse parseQuote(const TransferReply& reply, const QLocale& locale) const override
+    QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
         if (const QString said = knownAnswer(reply.body); !said.isEmpty())
             return quoteFailure(said);

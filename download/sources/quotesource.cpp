@@ -93,15 +93,15 @@ public:
 
     QString quoteRequest(const QString& symbol, const QString&) const override { return stockQuoteRequest(symbol); }
 
-    HistoryParse parseHistory(const TransferReply& reply) const override
+    HistoryParse parseHistory(const SourceReply& reply) const override
     {
         if (!reply.ok)
             return historyFailure(reply.error);
-        DailyQuotesParse parsed = parseDailyQuotes(reply.body);
+        DailyQuotesParse parsed = parseDailyQuotes(reply.bytes);
         return {parsed.ok, std::move(parsed.rows), {}, parsed.error};
     }
 
-    QuoteParse parseQuote(const TransferReply& reply, const QLocale& locale) const override
+    QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
         if (!reply.ok)
             return quoteFailure(reply.error);

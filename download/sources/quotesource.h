@@ -46,6 +46,13 @@ struct QuoteParse
 // show it, so that a user knows to wait rather than to look for a fault.
 inline const QString RateLimited = QStringLiteral("rate limited");
 
+// A transfer with its body, whatever the status: the profiles read an error reply's body too.
+struct SourceReply : TransferReply
+{
+    QString body;
+    QByteArray bytes; // the body as received, for a profile that reads bytes
+};
+
 class QuoteSource
 {
 public:
@@ -68,8 +75,8 @@ public:
     virtual QString quoteRequest(const QString& symbol, const QString& key) const = 0;
 
     // The reply in full: providers answer errors with any status, the body saying what went wrong.
-    virtual HistoryParse parseHistory(const TransferReply& reply) const = 0;
-    virtual QuoteParse parseQuote(const TransferReply& reply, const QLocale& locale) const = 0;
+    virtual HistoryParse parseHistory(const SourceReply& reply) const = 0;
+    virtual QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const = 0;
 };
 
 // Every profile, the specified service ("classic", the default) first.

@@ -1,12 +1,12 @@
 #include "sourceclient.h"
 
 #include <QDateTime>
-#include <QEventLoop>
 #include <QFile>
 #include <QLocale>
 #include <QSettings>
 #include <QTimeZone>
-#include <QTimer>
+
+#include <thread>
 
 namespace download::sources {
 
@@ -133,29 +133,32 @@ SourceClient::SourceClient(const QuoteSource& profile, const QSettings& settings
     , m_key(sourceKey(profile, settings))
 {}
 
-void SourceClient::waitUntil(qint64 elapsedMs)
+void SourceClient::pace(std::chrono::milliseconds delay)
 {
-    const qint64 wait = elapsedMs - m_lastRequest.elapsed();
-    if (wait <= 0)
-        return;
-    // A local event loop, as the channel waits: a window stays responsive, its Cancel button included.
-    QEventLoop loop;
-    QTimer::singleShot(std::chrono::milliseconds(wait), &loop, &QEventLoop::quit);
-    loop.exec();
+    std::chrono::steady_clock::time_point start;
+    {
+        const QMutexLocker lock(&m_paceMutex);
+        const auto now = std::chrono::steady_clock::now();
+        start = m_nextRequest ? std::max(now, *m_nextRequest + delay) : now;
+        m_nextRequest = start;
+    }
+    std::this_thread::sleep_until(start);
 }
 
-TransferReply SourceClient::fetch(QuoteService service, const QString& pathAndQuery)
+SourceReply SourceClient::fetch(QuoteService service, const QString& pathAndQuery)
 {
-    if (m_lastRequest.isValid())
-        waitUntil(m_profile.minimumInterval().count());
-    m_lastRequest.start();
-    TransferReply reply = m_channel.get(service, pathAndQuery);
+    const auto get = [&] {
+        WholeBody body(HttpLimits{}.maxBodyBytes);
+        SourceReply reply{m_channel.get(service, pathAndQuery, body), QString::fromUtf8(body.body), body.body};
+        return reply;
+    };
+    pace(m_profile.minimumInterval());
+    SourceReply reply = get();
     if (reply.status == 429) {
         const std::optional<qint64> seconds = retrySeconds(reply.retryAfter);
         if (seconds && *seconds <= MaxRetryWait.count()) {
-            waitUntil(*seconds * 1000);
-            m_lastRequest.start();
-            reply = m_channel.get(service, pathAndQuery);
+            pace(std::chrono::seconds(*seconds));
+            reply = get();
         }
     }
     reply.url = maskKey(reply.url.isEmpty() ? pathAndQuery : reply.url, m_key);
@@ -185,7 +188,7 @@ SourceHistory SourceClient::history(const QString& symbol, QDate first, QDate la
         result.reason = QStringLiteral("The history was asked for without a valid date range.");
         return result;
     }
-    const TransferReply reply = fetch(QuoteService::History, m_profile.historyRequest(*asked, first, last, m_key));
+    const SourceReply reply = fetch(QuoteService::History, m_profile.historyRequest(*asked, first, last, m_key));
     result.request = reply.url;
     HistoryParse parse = m_profile.parseHistory(reply);
     if (!parse.ok) {
@@ -195,6 +198,13 @@ SourceHistory SourceClient::history(const QString& symbol, QDate first, QDate la
     if (!parse.symbol.isEmpty() && parse.symbol.compare(*asked, Qt::CaseInsensitive) != 0) {
         result.reason = QStringLiteral("%1 answered with the prices of %2 instead of %3; none were written.")
                             .arg(m_profile.title(), parse.symbol.left(40), *asked);
+        return result;
+    }
+    // The specified service's rows go on as they came: the download job leaves out and reports those
+    // dated after today itself.
+    if (m_profile.name() == ClassicSource) {
+        result.rows = std::move(parse.rows);
+        result.ok = true;
         return result;
     }
     // Rows of other dates are never written: a provider without a date range (or one that ignores it)
@@ -223,7 +233,7 @@ SourceQuote SourceClient::quote(const QString& symbol, const QLocale& locale)
         result.reason = QStringLiteral("%1 gives no current quote for %2.").arg(m_profile.title(), symbol.trimmed());
         return result;
     }
-    const TransferReply reply = fetch(QuoteService::CurrentQuote, request);
+    const SourceReply reply = fetch(QuoteService::CurrentQuote, request);
     result.request = reply.url;
     QuoteParse parse = m_profile.parseQuote(reply, locale);
     if (!parse.values) {
@@ -271,6 +281,18 @@ SourceHistory SourceChain::history(const QString& symbol, QDate first, QDate las
     }
     result.reason = reasons.join(QLatin1Char(' '));
     return result;
+}
+
+void SourceChain::abortTransfers()
+{
+    for (const auto& client : m_clients)
+        client->channel().abortTransfers();
+}
+
+void SourceChain::allowTransfers()
+{
+    for (const auto& client : m_clients)
+        client->channel().allowTransfers();
 }
 
 SourceQuote SourceChain::quote(const QString& symbol, const QLocale& locale)

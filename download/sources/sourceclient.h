@@ -18,10 +18,12 @@
 #include "download/mdldailyquotes.h"
 #include "quotesource.h"
 
-#include <QElapsedTimer>
+#include <QMutex>
 #include <QStringList>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class QSettings;
@@ -90,15 +92,20 @@ public:
     // The longest Retry-After that is waited for; a longer one is reported as a rate limit.
     static constexpr std::chrono::seconds MaxRetryWait{30};
 
+    TransferChannel& channel() { return m_channel; }
+
 private:
-    TransferReply fetch(QuoteService service, const QString& pathAndQuery);
-    void waitUntil(qint64 elapsedMs);
+    SourceReply fetch(QuoteService service, const QString& pathAndQuery);
+    // Waits on the calling thread until delay after the latest request and books the next one then:
+    // a download asks from several threads at once, and the profile's pace holds for all of them.
+    void pace(std::chrono::milliseconds delay);
 
     const QuoteSource& m_profile;
     std::unique_ptr<TransferChannel> m_ownChannel;
     TransferChannel& m_channel;
     QString m_key;
-    QElapsedTimer m_lastRequest;
+    QMutex m_paceMutex; // guards m_nextRequest
+    std::optional<std::chrono::steady_clock::time_point> m_nextRequest; // the earliest the next may start
 };
 
 // The chosen source and its fallbacks, asked in order.
@@ -114,6 +121,10 @@ public:
     SourceQuote quote(const QString& symbol, const QLocale& locale);
 
     const std::vector<std::unique_ptr<SourceClient>>& clients() const { return m_clients; }
+
+    // As TransferChannel's, for the channels of every source.
+    void abortTransfers();
+    void allowTransfers();
 
 private:
     std::vector<std::unique_ptr<SourceClient>> m_clients;

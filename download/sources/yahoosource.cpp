@@ -84,7 +84,7 @@ public:
         return QStringLiteral("/v8/finance/chart/%1?range=1d&interval=1d").arg(symbol);
     }
 
-    HistoryParse parseHistory(const TransferReply& reply) const override
+    HistoryParse parseHistory(const SourceReply& reply) const override
     {
         QJsonObject result;
         if (const QString problem = chartResult(reply, result); !problem.isEmpty())
@@ -95,7 +95,7 @@ public:
         return parse;
     }
 
-    QuoteParse parseQuote(const TransferReply& reply, const QLocale& locale) const override
+    QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
         const QJsonObject root = QJsonDocument::fromJson(reply.body.toUtf8()).object();
         // The v7 quote endpoint (it wants a cookie and a crumb, so it is not asked) has the same fields.
@@ -112,7 +112,7 @@ public:
 
 private:
     // The chart's one result, or what the reply says instead.
-    QString chartResult(const TransferReply& reply, QJsonObject& result) const
+    QString chartResult(const SourceReply& reply, QJsonObject& result) const
     {
         if (reply.status == 0)
             return reply.error;

@@ -250,6 +250,7 @@ void frmDownload::listFolder(const QString& folder)
             ListView1,
             {security.name, security.symbol, context::FormatBarDate(m_context.locale, security.lastDate)});
         row->setData(kLastDateColumn, LastDateRole, security.lastDate);
+        row->setData(kLastDateColumn, FirstDateRole, security.firstDate);
         if (canDownload(security.lastDate))
             row->setCheckState(0, tickedByDefault(security.lastDate, today) ? Qt::Checked : Qt::Unchecked);
         else
@@ -287,8 +288,11 @@ void frmDownload::Command4_Click()
         }
         if (!isTicked(row))
             continue;
-        const auto item =
-            makeDownloadItem(row->text(kSymbolColumn), row->data(kLastDateColumn, LastDateRole).toInt(), folder, today);
+        const auto item = makeDownloadItem(row->text(kSymbolColumn),
+                                           row->data(kLastDateColumn, FirstDateRole).toInt(),
+                                           row->data(kLastDateColumn, LastDateRole).toInt(),
+                                           folder,
+                                           today);
         if (item)
             list.append(*item);
     }

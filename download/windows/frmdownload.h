@@ -32,8 +32,10 @@ class frmDownload : public QDialog
     Q_OBJECT
 
 public:
-    // Each security row carries its last date (yyyymmdd) under this role in the Last Date column.
+    // Each security row carries its last date (yyyymmdd) under this role in the Last Date column, and
+    // its first date under the next.
     static constexpr int LastDateRole = Qt::UserRole;
+    static constexpr int FirstDateRole = Qt::UserRole + 1;
 
     explicit frmDownload(context::AppContext& context, QWidget* parent = nullptr);
 

@@ -45,7 +45,9 @@ frmDownloadProgress::frmDownloadProgress(context::AppContext& context, QWidget* 
     m_serviceConfigured = choice.source != sources::ClassicSource
         || (!addresses.historyUrl.isEmpty()
             && (!m_context.state.downloadCurrentQuote || !addresses.quoteUrl.isEmpty()));
-    m_sources = std::make_unique<sources::SourceChain>(choice, *m_context.settings);
+    m_sources = std::make_unique<sources::SourceChain>(choice,
+                                                       *m_context.settings,
+                                                       HttpLimits::fromSettings(*m_context.settings));
     DownloadJob::Events events;
     events.checking = [this](int index, int total, const QString& symbol, const DownloadCounters& counters) {
         showProgress(index, total, symbol, counters);
@@ -118,11 +120,17 @@ void frmDownloadProgress::Form_Load()
         setWindowTitle(QStringLiteral("Download Completed. / "));
         m_context.setStatusText(StatusText);
     }
-    // The results list holds one word per security; what went wrong in writing stays in view beside it.
+    // The results list holds one word per security; what went wrong in writing, and which requests kept
+    // the job waiting, stay in view beside it.
+    QStringList endTexts;
     if (m_outcome.end == JobOutcome::End::Stopped)
-        Label1->setText(QStringLiteral("Stopped: ") + m_outcome.stopReason);
+        endTexts.append(QStringLiteral("Stopped: ") + m_outcome.stopReason);
     else if (!m_writeFailures.isEmpty())
-        Label1->setText(QStringLiteral("Not all quotes were written: ") + m_writeFailures.join(QStringLiteral("; ")));
+        endTexts.append(QStringLiteral("Not all quotes were written: ") + m_writeFailures.join(QStringLiteral("; ")));
+    if (const QString slowest = slowestRequestsText(m_outcome.slowestRequests); !slowest.isEmpty())
+        endTexts.append(slowest);
+    if (!endTexts.isEmpty())
+        Label1->setText(endTexts.join(u'\n'));
     if (!m_serviceConfigured && !items.isEmpty()) {
         m_context.prompter->information(
             this,

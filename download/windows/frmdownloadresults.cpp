@@ -51,6 +51,7 @@ void frmDownloadResults::Form_Load()
         auto* row = new QTreeWidgetItem(ListView1, {result.symbol, result.status});
         row->setIcon(0, m_images[image - 1]);
         row->setData(0, ImageRole, image);
+        // The two columns stay as they are; why a security ended as it did shows on its result.
         row->setToolTip(1, result.reason);
     }
     Label1->setText(resultsSummary(tallyResults(m_context.state.downloadResults)));

@@ -1,5 +1,5 @@
 #include "app/frmsettings.h"
-#include "app/installation.h"
+#include "symbols/installation.h"
 #include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
@@ -82,7 +82,7 @@ protected:
         ASSERT_TRUE(QFile::copy(QDir(TICKSMITH_BUILD_DIR).filePath("symbols.mdb"), templateFile));
     }
 
-    app::Installation locate(const QString& home = {}) { return app::locateInstallation(bin, home, userData); }
+    symbols::Installation locate(const QString& home = {}) { return symbols::locateInstallation(bin, home, userData); }
 
     QString file(const QString& name) const { return context.makeFolder("root") + u'/' + name; }
 
@@ -96,7 +96,7 @@ protected:
 
 TEST_F(InstallationTest, FirstStartCopiesTheTemplateOnceAndSettingsWriteTheCopy)
 {
-    const app::Installation installation = locate();
+    const symbols::Installation installation = locate();
     EXPECT_EQ(installation.programFolder, shared);
     EXPECT_EQ(installation.dataFolder, userData);
     EXPECT_EQ(installation.problem, "");
@@ -142,7 +142,7 @@ TEST_F(InstallationTest, TheHomeVariableAndTheBuildTreeKeepEverythingInOneFolder
 {
     EXPECT_EQ(locate("/opt/ticksmith-data").dataFolder, "/opt/ticksmith-data");
     ASSERT_TRUE(QFile::copy(templateFile, bin + "/symbols.mdb"));
-    const app::Installation buildTree = locate();
+    const symbols::Installation buildTree = locate();
     EXPECT_EQ(buildTree.programFolder, bin);
     EXPECT_EQ(buildTree.dataFolder, bin);
     EXPECT_FALSE(QFileInfo::exists(userCopy));

@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
+#include <QSpinBox>
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,8 @@ TEST_F(SettingsTest, OkAppliesAnIntradayTemplateWithTheSymbolAndCloses)
     app::frmSettings settings(context);
     settings.Check1->setChecked(true);
     settings.txtIntradayChartUrl->setText("https://charts.example.net/intraday?s={symbol}&range=1d");
+    EXPECT_EQ(settings.spnTimeout->value(), 30);
+    settings.spnTimeout->setValue(12);
     settings.Command1->click();
     EXPECT_EQ(settings.result(), int(QDialog::Accepted));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
@@ -81,6 +84,7 @@ TEST_F(SettingsTest, OkAppliesAnIntradayTemplateWithTheSymbolAndCloses)
     EXPECT_EQ(context->state.s1, 1);
     EXPECT_EQ(context->settings->value(symbols::kIntradayChartUrlKey).toString(),
               "https://charts.example.net/intraday?s={symbol}&range=1d");
+    EXPECT_EQ(download::HttpLimits::fromSettings(*context->settings).timeout, std::chrono::seconds(12));
 }
 
 struct AddressCase

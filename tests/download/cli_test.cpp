@@ -78,12 +78,16 @@ TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate
     addServed(QStringLiteral("MSFT"), today);
     server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::NotFound;
 
-    const CliRun first = download({folder, QStringLiteral("--weekend")});
+    const CliRun first =
+        download({folder, QStringLiteral("--weekend"), QStringLiteral("--threads"), QStringLiteral("3")});
     EXPECT_EQ(first.exitCode, 1);
     EXPECT_EQ(first.out, "BAD\tNo Data\nFUT\tUp to date\nIBM\tOK\n" + Summary.arg(1).arg(1).arg(1));
     EXPECT_TRUE(first.err.contains(QStringLiteral("BAD: "))) << first.err.toStdString();
     EXPECT_TRUE(first.err.contains(QStringLiteral("404"))) << first.err.toStdString();
-    EXPECT_EQ(historySymbols(server), (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
+    // Three at a time: the server may see them in any order.
+    QStringList asked = historySymbols(server);
+    asked.sort();
+    EXPECT_EQ(asked, (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
     EXPECT_EQ(barsOf(folder, QStringLiteral("BAD")).size(), 31) << "nothing written for it";
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 
@@ -92,13 +96,14 @@ TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate
     EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
     EXPECT_EQ(second.out, "BAD\tOK\nFUT\tUp to date\n" + Summary.arg(1).arg(1).arg(0));
     EXPECT_TRUE(second.err.isEmpty()) << second.err.toStdString();
-    EXPECT_EQ(historySymbols(server), (QStringList{"BAD", "IBM", "BAD"}));
+    EXPECT_EQ(historySymbols(server).mid(2), QStringList{"BAD"});
     expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
 }
 
 TEST_F(CliTest, DownloadCorrectsTheNamedSymbolOnlyAndWritesTheCurrentQuote)
 {
-    QList<HistoryRow> wrong = everyDay(today.addDays(-40), today.addDays(-1));
+    // Holding today's bar does not keep a security out of a correction.
+    QList<HistoryRow> wrong = everyDay(today.addDays(-40), today);
     for (HistoryRow& row : wrong)
         row.close = 1;
     addSecurity(folder, QStringLiteral("IBM"), wrong);
@@ -117,7 +122,7 @@ TEST_F(CliTest, DownloadCorrectsTheNamedSymbolOnlyAndWritesTheCurrentQuote)
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out, QStringLiteral("IBM\tOK\n") + Summary.arg(1).arg(0).arg(0));
     EXPECT_EQ(historySymbols(server), QStringList{"IBM"});
-    QList<HistoryRow> expected = wrong.mid(0, wrong.size() - 5) + served.mid(served.size() - 5);
+    QList<HistoryRow> expected = wrong.mid(0, wrong.size() - 6) + served.mid(served.size() - 5);
     expected.append({today, 90.95, 91.2, 90.1, 90.44, 1500000, 90.44});
     expectBars(barsOf(folder, QStringLiteral("IBM")), expected);
 }
@@ -154,6 +159,7 @@ INSTANTIATE_TEST_SUITE_P(Arguments,
                                          QStringList{"download", "FOLDER", "--symbol"},
                                          QStringList{"download", "FOLDER", "--symbol", "NOPE"},
                                          QStringList{"download", "FOLDER", "--correction-from", "2024-13-01"},
+                                         QStringList{"download", "FOLDER", "--threads", "6"},
                                          QStringList{"download", "FOLDER", "FOLDER/missing"}));
 
 } // namespace

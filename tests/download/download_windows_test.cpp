@@ -216,7 +216,7 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     for (int i = 1; i <= 10; ++i) {
         const QString symbol = QStringLiteral("S%1").arg(i);
         addServed(symbol, QDate(2024, 6, 5));
-        context->state.downloadList.append(*download::makeDownloadItem(symbol, 20240605, folder, Friday));
+        context->state.downloadList.append(*download::makeDownloadItem(symbol, 20240501, 20240605, folder, Friday));
     }
     // The window is left while the third security's history request is on its way.
     QTimer poll;
@@ -250,7 +250,8 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
 {
     addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
     const context::DownloadItem gone{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folder + "/missing"};
-    const context::DownloadItem ibm = *download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday);
+    const context::DownloadItem ibm =
+        *download::makeDownloadItem(QStringLiteral("IBM"), 20240501, 20240605, folder, Friday);
     context->state.downloadList = {gone};
     runProgress();
     EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Stopped: GONE: "))) << progressLabel.toStdString();
@@ -278,7 +279,8 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
 TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItself)
 {
     addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    context->state.downloadList = {*download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday)};
+    context->state.downloadList = {
+        *download::makeDownloadItem(QStringLiteral("IBM"), 20240501, 20240605, folder, Friday)};
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.exec(); });
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.result(); });
     frmDownloadProgress progress(context);
@@ -302,8 +304,9 @@ TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
     const QList<HistoryRow> held = everyDay({2024, 6, 3}, {2024, 6, 5});
     addSecurity(folder, QStringLiteral("IBM"), held);
     addSecurity(folder, QStringLiteral("MSFT"), held);
-    context->state.downloadList = {*download::makeDownloadItem(QStringLiteral("IBM"), 20240605, folder, Friday),
-                                   *download::makeDownloadItem(QStringLiteral("MSFT"), 20240605, folder, Friday)};
+    context->state.downloadList = {
+        *download::makeDownloadItem(QStringLiteral("IBM"), 20240603, 20240605, folder, Friday),
+        *download::makeDownloadItem(QStringLiteral("MSFT"), 20240603, 20240605, folder, Friday)};
     QString tip;
     driveProgressAndResults();
     context.modalDrivers.back() = [&](QDialog& dialog) {

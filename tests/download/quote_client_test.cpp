@@ -25,17 +25,20 @@ using Misbehaviour = QuoteServer::Misbehaviour;
 
 const QLocale English(QLocale::English, QLocale::UnitedStates);
 
-// Answers every request with reply and keeps what was asked.
+// Answers every request with reply and body, and keeps what was asked.
 class ScriptedChannel : public download::TransferChannel
 {
 public:
-    TransferReply get(QuoteService, const QString& pathAndQuery) override
+    TransferReply get(QuoteService, const QString& pathAndQuery, download::BodyReader& reader) override
     {
         requests.append(pathAndQuery);
+        if (reply.ok)
+            (void)reader.read(body);
         return reply;
     }
 
     TransferReply reply;
+    QByteArray body;
     QStringList requests;
 };
 
@@ -78,8 +81,7 @@ TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
 {
     ScriptedChannel channel;
     channel.reply.ok = true;
-    channel.reply.body = QStringLiteral("\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",1,2,3,4,5,6\n");
-    const TransferReply good = channel.reply;
+    channel.body = "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",1,2,3,4,5,6\n";
     clsStockQuote quote(channel, English);
     quote.setSymbol(QStringLiteral("^GSPC"));
     EXPECT_EQ(channel.requests.value(0), QStringLiteral("/d/quotes.csv?s=^GSPC&f=sl1d1t1c1p2ohgbav&e=.csv"));
@@ -90,12 +92,14 @@ TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
     reset[0] = QStringLiteral("MSFT");
     reset[1] = QStringLiteral("0.00");
     // Eleven fields, then a failed transfer: each resets what the previous, good reply had set.
-    for (const TransferReply& failure :
-         {TransferReply{true, QStringLiteral("\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"), {}, {}, 200, {}},
-          TransferReply{false, {}, QStringLiteral("Connection refused."), {}, 0, {}}}) {
-        channel.reply = good;
+    const QByteArray good = channel.body;
+    for (const auto& [ok, body] : {std::pair<bool, QByteArray>{true, "\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"},
+                                   std::pair<bool, QByteArray>{false, {}}}) {
+        channel.reply = {true, {}, {}, 200, {}};
+        channel.body = good;
         quote.setSymbol(QStringLiteral("IBM"));
-        channel.reply = failure;
+        channel.reply = {ok, ok ? QString() : QStringLiteral("Connection refused."), {}, ok ? 200 : 0, {}};
+        channel.body = body;
         quote.setSymbol(QStringLiteral("MSFT"));
         EXPECT_EQ(quote.values(), reset);
         EXPECT_FALSE(quote.errorString().isEmpty());
@@ -110,21 +114,21 @@ TEST(DailyQuotesRequestTest, PutsTheEndDateFirstWithZeroBasedMonthsAndNoPadding)
               QStringLiteral("/table.csv?s=^GDAXI&d=9&e=1&f=2000&a=11&b=9&c=1999&ignore=.csv"));
 }
 
-const QString ThreeRows = QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n"
-                                         "2005-03-31,90.95,91.2,90.1,90.44,1500,90.44\n"
-                                         "2005-03-30,90.1,91,89.5,90.95,2147483647,90.95\n"
-                                         "2005-03-29,89,90.2,88.75,90.1,0,90.1");
+const QByteArray ThreeRows = "Date,Open,High,Low,Close,Volume,Adj Close\n"
+                             "2005-03-31,90.95,91.2,90.1,90.44,1500,90.44\n"
+                             "2005-03-30,90.1,91,89.5,90.95,2147483647,90.95\n"
+                             "2005-03-29,89,90.2,88.75,90.1,0,90.1";
 
 // A reply of a good row followed by row.
-QString withRow(const char* row)
+QByteArray withRow(const QByteArray& row)
 {
-    return QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n2005-04-01,1,2,3,4,5,6\n") + QLatin1String(row);
+    return "Date,Open,High,Low,Close,Volume,Adj Close\n2005-04-01,1,2,3,4,5,6\n" + row;
 }
 
 struct HistoryCase
 {
     const char* name;
-    QString body;
+    QByteArray body;
     bool ok;
     qsizetype rows;
 };
@@ -138,21 +142,38 @@ TEST_P(DailyQuotesParsingTest, ReadsSevenTokensPerRowAfterTheHeader)
     EXPECT_EQ(parsed.ok, GetParam().ok) << parsed.error.toStdString();
     EXPECT_EQ(parsed.rows.size(), GetParam().rows);
     EXPECT_EQ(parsed.error.isEmpty(), GetParam().ok);
+
+    // Read as it arrives, a byte at a time, the reply gives the same.
+    download::DailyQuotesReader reader;
+    for (const char byte : GetParam().body) {
+        if (!reader.read(QByteArrayView(&byte, 1)))
+            break;
+    }
+    const auto streamed = reader.finish();
+    EXPECT_EQ(streamed.rows, parsed.rows);
+    EXPECT_EQ(streamed.error, parsed.error);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Replies,
     DailyQuotesParsingTest,
     testing::Values(
-        HistoryCase{"Empty", QString(), false, 0},
-        HistoryCase{"HeaderAlone", QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n"), false, 0},
-        HistoryCase{"RowsEndingInLineFeed", ThreeRows + u'\n', true, 3},
+        HistoryCase{"Empty", QByteArray(), false, 0},
+        HistoryCase{"HeaderAlone", "Date,Open,High,Low,Close,Volume,Adj Close\n", false, 0},
+        HistoryCase{"RowsEndingInLineFeed", ThreeRows + '\n', true, 3},
         HistoryCase{"LastRowWithoutLineFeedIsDropped", ThreeRows, true, 2},
         HistoryCase{"OneRowWithoutLineFeedReadsAsNone",
-                    QStringLiteral("Date,Open,High,Low,Close,Volume,Adj Close\n2005-03-31,1,2,3,4,5,6"),
+                    "Date,Open,High,Low,Close,Volume,Adj Close\n2005-03-31,1,2,3,4,5,6",
                     true,
                     0},
-        HistoryCase{"CrLfLineEndsDrift", QString(ThreeRows).replace(u'\n', QStringLiteral("\r\n")), false, 0},
+        HistoryCase{"CrLfLineEndsDrift", QByteArray(ThreeRows).replace("\n", "\r\n"), false, 0},
+        // Limits that keep a hostile reply from filling memory.
+        HistoryCase{"FieldBeyond255Bytes", withRow("2005-03-31," + QByteArray(300, '1') + ",2,3,4,5,6\n"), false, 0},
+        HistoryCase{"MoreRowsThanASecurityHolds",
+                    "Date,Open,High,Low,Close,Volume,Adj Close\n"
+                        + QByteArray("2005-03-31,1,2,3,4,5,6\n").repeated(65535),
+                    false,
+                    0},
         // A bad row spoils the rows read before it too.
         HistoryCase{"NonNumericPrice", withRow("2005-03-31,1,2,abc,4,5,6\n"), false, 0},
         HistoryCase{"InfinitePrice", withRow("2005-03-31,1,2,3,inf,5,6\n"), false, 0},

@@ -15,7 +15,7 @@
 namespace {
 
 namespace sources = download::sources;
-using download::TransferReply;
+using download::sources::SourceReply;
 using download_test::runCli;
 using testing_support::QuoteServer;
 
@@ -27,9 +27,9 @@ QString recorded(const QString& file)
     return reply.open(QIODevice::ReadOnly) ? QString::fromUtf8(reply.readAll()) : QString();
 }
 
-TransferReply replyOf(int status, const QString& body)
+SourceReply replyOf(int status, const QString& body)
 {
-    TransferReply reply;
+    SourceReply reply;
     reply.status = status;
     reply.ok = status >= 200 && status < 300;
     reply.error = reply.ok ? QString() : QStringLiteral("HTTP %1").arg(status);

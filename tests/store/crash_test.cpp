@@ -83,6 +83,14 @@ Status appendBars(W& w)
                   [&] { return w.AddBar(20200115, 0, 1, 2, 0.5, 1.5, 100, 0); }});
 }
 
+// As the converter imports a file into a security the folder does not hold yet.
+Status importNew(W& w)
+{
+    return chain({[&] { return w.CreateSecurity("NEW", "NEW", 1); },
+                  [&] { return appendBars(w); },
+                  [&] { return w.CloseSecurity(); }});
+}
+
 // The download's step for one security with data correction: each bar replaced through BarExists,
 // DeleteBar and AddBar, then Commit, CloseSecurity and CloseFolder.
 Status correctBars(W& w)
@@ -138,6 +146,7 @@ const CrashCase crashCases[] = {
      appendOne,
      session([](W& w) { return w.ChangeSecurity("S2", "Renamed", "NEWNAME"); }, false, false)},
     {"delete_security", 3, appendOne, session([](W& w) { return w.DeleteSecurity("S2"); }, false, false)},
+    {"import", 3, appendOne, session(importNew, false, false)},
 };
 
 // The folder of a case, all of it on the medium, with the earlier change made on top.

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace app {
+namespace symbols {
 
 // Where the program's files are. Run from the build tree, or with TICKSMITH_HOME, everything is in one
 // folder. Installed, the program's own files are read-only in <prefix>/share/ticksmith and the symbol
@@ -23,4 +23,4 @@ Installation locateInstallation(const QString& executableFolder, const QString& 
 // The same for the running program.
 Installation currentInstallation();
 
-} // namespace app
+} // namespace symbols

@@ -1,7 +1,7 @@
 #include "installation.h"
 
-#include "symbols/database.h"
-#include "symbols/symbolsdb.h"
+#include "database.h"
+#include "symbolsdb.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -10,7 +10,7 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
-namespace app {
+namespace symbols {
 
 namespace {
 
@@ -21,10 +21,10 @@ QString templateProblem(const QString& path)
     if (!QFileInfo::exists(path))
         return QStringLiteral("The symbol database %1 is missing. Reinstall Ticksmith to get it back.").arg(path);
     try {
-        symbols::Database database(path, symbols::kConnect);
-        symbols::Recordset settings = database.openTable(symbols::sql::kSettingsTable);
+        Database database(path, kConnect);
+        Recordset settings = database.openTable(sql::kSettingsTable);
         settings.field(0);
-    } catch (const symbols::DatabaseError& error) {
+    } catch (const DatabaseError& error) {
         return QStringLiteral("The symbol database %1 cannot be read (%2). Reinstall Ticksmith to get it back.")
             .arg(path, error.text());
     }
@@ -58,14 +58,14 @@ Installation locateInstallation(const QString& executableFolder, const QString& 
         return {home, home, {}};
     const QDir executable(executableFolder);
     const QString shared = QDir::cleanPath(executable.filePath(QStringLiteral("../share/ticksmith")));
-    if (executable.exists(symbols::kDatabaseFileName) || !QFileInfo(shared).isDir())
+    if (executable.exists(kDatabaseFileName) || !QFileInfo(shared).isDir())
         return {executableFolder, executableFolder, {}};
 
     Installation installed{shared, userDataFolder, {}};
-    const QString copy = QDir(userDataFolder).filePath(symbols::kDatabaseFileName);
+    const QString copy = QDir(userDataFolder).filePath(kDatabaseFileName);
     if (QFileInfo::exists(copy))
         return installed;
-    const QString source = QDir(shared).filePath(symbols::kDatabaseFileName);
+    const QString source = QDir(shared).filePath(kDatabaseFileName);
     installed.problem = templateProblem(source);
     if (installed.problem.isEmpty())
         installed.problem = copyTemplate(source, copy);
@@ -79,4 +79,4 @@ Installation currentInstallation()
                               QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
 }
 
-} // namespace app
+} // namespace symbols
