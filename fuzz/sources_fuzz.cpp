@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     reply.status = size > 0 ? statuses[data[0] % 8] : 200;
     reply.ok = reply.status == 200;
     reply.error = reply.ok ? QString() : QStringLiteral("failed");
-    reply.body = QString::fromUtf8(reinterpret_cast<const char*>(data), qsizetype(size));
+    reply.body = QByteArray(reinterpret_cast<const char*>(data), qsizetype(size));
 
     const download::sources::HistoryParse history = source->parseHistory(reply);
     if (history.ok == !history.reason.isEmpty() || (!history.ok && !history.rows.isEmpty()))

@@ -34,11 +34,11 @@ QString unreadable(const QuoteSource& source, const SourceReply& reply)
     if (reply.status == 0)
         return reply.error;
     if (reply.status == 429)
-        return RateLimited + QStringLiteral(": ") + providerSaid(source, reply.body);
+        return RateLimited + QStringLiteral(": ") + providerSaid(source, reply.text());
     if (!reply.ok)
-        return reply.body.trimmed().isEmpty() ? reply.error : providerSaid(source, reply.body);
+        return reply.text().trimmed().isEmpty() ? reply.error : providerSaid(source, reply.text());
     return QStringLiteral("%1 sent a reply that is not a price table: %2")
-        .arg(source.title(), reply.body.simplified().left(80));
+        .arg(source.title(), reply.text().simplified().left(80));
 }
 
 bool startsWith(const QString& body, const char* text)
@@ -65,10 +65,10 @@ public:
     HistoryParse parseHistory(const SourceReply& reply) const override
     {
         if (reply.status != 0) {
-            if (const QString said = knownAnswer(reply.body); !said.isEmpty())
+            if (const QString said = knownAnswer(reply.text()); !said.isEmpty())
                 return historyFailure(said);
         }
-        const CsvTable table = readCsv(trimmedBody(reply.body));
+        const CsvTable table = readCsv(trimmedBody(reply.text()));
         if (!reply.ok || !table.columns.contains(dateColumn()))
             return historyFailure(unreadable(*this, reply));
         HistoryParse parse = csvHistory(table,
@@ -181,7 +181,7 @@ public:
 
     HistoryParse parseHistory(const SourceReply& reply) const override
     {
-        const QJsonObject json = QJsonDocument::fromJson(reply.body.toUtf8()).object();
+        const QJsonObject json = QJsonDocument::fromJson(reply.body).object();
         for (auto it = json.begin(); it != json.end(); ++it) {
             if (it.key().startsWith(QLatin1String("Time Series")))
                 return jsonHistory(json, it.value().toObject());
@@ -191,16 +191,16 @@ public:
 
     QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
-        if (const QString said = knownAnswer(reply.body); !said.isEmpty())
+        if (const QString said = knownAnswer(reply.text()); !said.isEmpty())
             return quoteFailure(said);
         // CSV: symbol,open,high,low,price,volume,latestDay,previousClose,change,changePercent; the JSON
         // form names the same fields "01. symbol" ... "10. change percent".
         QHash<QString, QString> fields;
-        const QJsonObject json = QJsonDocument::fromJson(reply.body.toUtf8()).object();
+        const QJsonObject json = QJsonDocument::fromJson(reply.body).object();
         const QJsonObject global = json.value(QLatin1String("Global Quote")).toObject();
         for (auto it = global.begin(); it != global.end(); ++it)
             fields.insert(it.key().mid(4).remove(QLatin1Char(' ')).toLower(), it.value().toString());
-        const CsvTable table = readCsv(reply.body);
+        const CsvTable table = readCsv(reply.text());
         if (global.isEmpty() && table.rows.size() == 1) {
             for (auto it = table.columns.begin(); it != table.columns.end(); ++it)
                 fields.insert(it.key(), table.rows.first().value(it.value()).trimmed());
@@ -303,7 +303,7 @@ public:
 
     HistoryParse parseHistory(const SourceReply& reply) const override
     {
-        const QJsonDocument json = QJsonDocument::fromJson(reply.body.toUtf8());
+        const QJsonDocument json = QJsonDocument::fromJson(reply.body);
         if (!json.isArray())
             return CsvSource::parseHistory(reply);
         if (!reply.ok)
@@ -319,7 +319,7 @@ public:
 
     QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
-        if (const QString said = knownAnswer(reply.body); !said.isEmpty())
+        if (const QString said = knownAnswer(reply.text()); !said.isEmpty())
             return quoteFailure(said);
         const HistoryParse latest = parseHistory(reply);
         if (!latest.ok || latest.rows.isEmpty())

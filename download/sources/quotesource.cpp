@@ -97,7 +97,7 @@ public:
     {
         if (!reply.ok)
             return historyFailure(reply.error);
-        DailyQuotesParse parsed = parseDailyQuotes(reply.bytes);
+        DailyQuotesParse parsed = parseDailyQuotes(reply.body);
         return {parsed.ok, std::move(parsed.rows), {}, parsed.error};
     }
 
@@ -106,7 +106,7 @@ public:
         if (!reply.ok)
             return quoteFailure(reply.error);
         QuoteParse parse;
-        parse.values = parseStockQuote(reply.body, locale);
+        parse.values = parseStockQuote(reply.text(), locale);
         if (!parse.values)
             parse.reason = QStringLiteral("The current-quote service's reply holds fewer than twelve fields.");
         return parse;

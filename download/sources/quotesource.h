@@ -49,8 +49,9 @@ inline const QString RateLimited = QStringLiteral("rate limited");
 // A transfer with its body, whatever the status: the profiles read an error reply's body too.
 struct SourceReply : TransferReply
 {
-    QString body;
-    QByteArray bytes; // the body as received, for a profile that reads bytes
+    QByteArray body; // as received
+
+    QString text() const { return QString::fromUtf8(body); }
 };
 
 class QuoteSource

@@ -149,8 +149,7 @@ SourceReply SourceClient::fetch(QuoteService service, const QString& pathAndQuer
 {
     const auto get = [&] {
         WholeBody body(HttpLimits{}.maxBodyBytes);
-        SourceReply reply{m_channel.get(service, pathAndQuery, body), QString::fromUtf8(body.body), body.body};
-        return reply;
+        return SourceReply{m_channel.get(service, pathAndQuery, body), std::move(body.body)};
     };
     pace(m_profile.minimumInterval());
     SourceReply reply = get();

@@ -97,7 +97,7 @@ public:
 
     QuoteParse parseQuote(const SourceReply& reply, const QLocale& locale) const override
     {
-        const QJsonObject root = QJsonDocument::fromJson(reply.body.toUtf8()).object();
+        const QJsonObject root = QJsonDocument::fromJson(reply.body).object();
         // The v7 quote endpoint (it wants a cookie and a crumb, so it is not asked) has the same fields.
         const QJsonArray quotes =
             root.value(QLatin1String("quoteResponse")).toObject().value(QLatin1String("result")).toArray();
@@ -117,7 +117,7 @@ private:
         if (reply.status == 0)
             return reply.error;
         QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(reply.body.toUtf8(), &error);
+        const QJsonDocument document = QJsonDocument::fromJson(reply.body, &error);
         const QJsonObject chart = document.object().value(QLatin1String("chart")).toObject();
         const QJsonObject problem = chart.value(QLatin1String("error")).toObject();
         if (!problem.isEmpty()) {
@@ -131,7 +131,7 @@ private:
             return {};
         }
         if (reply.status == 429)
-            return RateLimited + QStringLiteral(": ") + providerSaid(*this, reply.body);
+            return RateLimited + QStringLiteral(": ") + providerSaid(*this, reply.text());
         if (!reply.ok)
             return reply.error;
         return QStringLiteral("%1 sent a reply that is not a chart.").arg(title());

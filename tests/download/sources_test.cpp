@@ -33,7 +33,7 @@ SourceReply replyOf(int status, const QString& body)
     reply.status = status;
     reply.ok = status >= 200 && status < 300;
     reply.error = reply.ok ? QString() : QStringLiteral("HTTP %1").arg(status);
-    reply.body = body;
+    reply.body = body.toUtf8();
     return reply;
 }
 
