@@ -148,7 +148,7 @@ void SourceClient::pace(std::chrono::milliseconds delay)
 SourceReply SourceClient::fetch(QuoteService service, const QString& pathAndQuery)
 {
     const auto get = [&] {
-        WholeBody body(HttpLimits{}.maxBodyBytes);
+        WholeBody body(MaxReplyBytes);
         return SourceReply{m_channel.get(service, pathAndQuery, body), std::move(body.body)};
     };
     pace(m_profile.minimumInterval());

@@ -89,6 +89,11 @@ public:
     SourceHistory history(const QString& symbol, QDate first, QDate last);
     SourceQuote quote(const QString& symbol, const QLocale& locale);
 
+    // A reply is held whole before its profile parses it, by each of the download's request threads at
+    // once, so the cap is far below the channel's: twenty years of daily bars are well under 2 MiB in
+    // every provider's layout, and five threads stay within the program's memory bound.
+    static constexpr qsizetype MaxReplyBytes = 8 * 1024 * 1024;
+
     // The longest Retry-After that is waited for; a longer one is reported as a rate limit.
     static constexpr std::chrono::seconds MaxRetryWait{30};
 
