@@ -3,6 +3,7 @@
 #include "context/appcontext.h"
 #include "context/windowhelpers.h"
 #include "download/httpchannel.h"
+#include "download/windows/sourcesettings.h"
 #include "frmtip.h"
 #include "symbols/placehelper.h"
 #include "symbols/symbolsdb.h"
@@ -63,6 +64,12 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     serviceLayout->addRow(QStringLiteral("Intraday chart page:"), txtIntradayChartUrl);
     serviceLayout->addRow(QStringLiteral("Request timeout:"), spnTimeout);
 
+    Sources = new download::SourceSettingsBox(this);
+    connect(Sources->cmdTestSource, &QPushButton::clicked, this, [this] {
+        Sources->cmdTestSource_Click({txtQuoteUrl->text().trimmed(), txtHistoryUrl->text().trimmed()},
+                                     *m_context.settings);
+    });
+
     // Why the options below cannot be read or kept: the symbol database could not be prepared at start.
     lblSetupProblem = context::named(new QLabel(context.setupProblem, this), "lblSetupProblem");
     lblSetupProblem->setWordWrap(true);
@@ -84,6 +91,7 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     layout->addWidget(threads);
     layout->addWidget(Check2);
     layout->addWidget(service);
+    layout->addWidget(Sources);
     layout->addLayout(buttons);
 
     connect(Slider1, &QSlider::valueChanged, Label1, [this](int value) { Label1->setText(QString::number(value)); });
@@ -103,6 +111,7 @@ void frmSettings::Form_Load()
     txtHistoryUrl->setText(settings.value(QLatin1String(download::HistoryUrlKey)).toString());
     txtQuoteUrl->setText(settings.value(QLatin1String(download::QuoteUrlKey)).toString());
     txtIntradayChartUrl->setText(settings.value(symbols::kIntradayChartUrlKey).toString());
+    Sources->load(settings);
     spnTimeout->setValue(
         int(std::chrono::duration_cast<std::chrono::seconds>(download::HttpLimits::fromSettings(settings).timeout)
                 .count()));
@@ -147,6 +156,7 @@ bool frmSettings::Command2_Click()
     settings.setValue(QLatin1String(download::HistoryUrlKey), txtHistoryUrl->text().trimmed());
     settings.setValue(QLatin1String(download::QuoteUrlKey), txtQuoteUrl->text().trimmed());
     settings.setValue(symbols::kIntradayChartUrlKey, txtIntradayChartUrl->text().trimmed());
+    Sources->save(settings);
     settings.setValue(QLatin1String(download::TimeoutKey), spnTimeout->value());
     return true;
 }

@@ -13,10 +13,15 @@ namespace context {
 struct AppContext;
 }
 
+namespace download {
+class SourceSettingsBox;
+}
+
 namespace app {
 
 // "Settings": weekend downloads and the threads value (kept in the symbol database), the tip of the day
-// at start-up, and the addresses of the quote service with the time a request may take.
+// at start-up, the addresses of the quote service with the time a request may take, and the quote
+// source to download from.
 class frmSettings : public QDialog
 {
     Q_OBJECT
@@ -37,6 +42,7 @@ public:
     QLineEdit* txtHistoryUrl;
     QLineEdit* txtQuoteUrl;
     QLineEdit* txtIntradayChartUrl;
+    download::SourceSettingsBox* Sources; // the source, its key, the fallbacks and "Test"
     QSpinBox* spnTimeout; // seconds a request may take
     QPushButton* Command1;
     QPushButton* Command2;

@@ -37,5 +37,6 @@ std::vector<Command> downloadCommands();
 std::vector<Command> adjustCommands();
 std::vector<Command> convertCommands();
 std::vector<Command> findCommands();
+std::vector<Command> sourceCommands();
 
 } // namespace cli

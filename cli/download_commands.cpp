@@ -5,6 +5,7 @@
 #include "download/downloadresults.h"
 #include "download/httpchannel.h"
 #include "download/selection.h"
+#include "sourceoption.h"
 #include "store/arguments.h"
 #include "symbols/installation.h"
 #include "symbols/symbolsdb.h"
@@ -12,7 +13,6 @@
 #include <QCoreApplication>
 #include <QDate>
 #include <QLocale>
-#include <QSettings>
 
 #include <algorithm>
 #include <optional>
@@ -22,7 +22,7 @@ namespace cli {
 namespace {
 
 const char* const Arguments = "FOLDER... [--symbol SYMBOL]... [--correction-from YYYY-MM-DD] [--current-quote] "
-                              "[--weekend] [--threads N]";
+                              "[--weekend] [--threads N] [--source NAME]";
 
 struct Request
 {
@@ -110,9 +110,13 @@ bool holds(const QStringList& symbols, const QString& symbol)
     });
 }
 
-int download(const QStringList& arguments, Io& io)
+int download(const QStringList& given, Io& io)
 {
     QString problem;
+    QStringList arguments = given;
+    const auto sources = takeSourceChain(arguments, problem);
+    if (!sources)
+        return usage(io, problem);
     const std::optional<Request> request = parse(arguments, problem);
     if (!request)
         return usage(io, problem);
@@ -144,12 +148,10 @@ int download(const QStringList& arguments, Io& io)
             return usage(io, QStringLiteral("no folder holds the symbol '%1'").arg(symbol));
     }
 
-    const QSettings settings(QStringLiteral("Ticksmith"), QStringLiteral("Ticksmith"));
-    const download::ServiceAddresses addresses = download::ServiceAddresses::fromSettings(settings);
-    if (!items.isEmpty() && addresses.historyUrl.isEmpty())
+    const bool classic = sources->clients().front()->profile().name() == download::sources::ClassicSource;
+    if (!items.isEmpty() && classic && download::ServiceAddresses::fromSettings(ProgramSettings()).historyUrl.isEmpty())
         io.err << "ticksmith-cli: the quote service is not configured; set " << download::HistoryUrlVariable
                << " or the address in the Settings window\n";
-    download::HttpChannel channel(addresses, download::HttpLimits::fromSettings(settings));
     download::DownloadJob::Events events;
     events.ignoredError = [&io](const QString& symbol, const QString& error) {
         io.err << "ticksmith-cli: " << symbol << ": " << error << "\n";
@@ -163,7 +165,7 @@ int download(const QStringList& arguments, Io& io)
             io.err.flush();
         }
     };
-    download::DownloadJob job(channel, QLocale(), std::move(events));
+    download::DownloadJob job(*sources, QLocale(), std::move(events));
     download::DownloadOptions options = request->options;
     options.threads = request->threads > 0 ? request->threads : threadsSetting();
     const download::JobOutcome outcome = job.run(items, options, today);

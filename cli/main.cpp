@@ -17,7 +17,8 @@ std::vector<cli::Command> allCommands()
                        cli::quoteCommands(),
                        cli::downloadCommands(),
                        cli::convertCommands(),
-                       cli::findCommands()})
+                       cli::findCommands(),
+                       cli::sourceCommands()})
         commands.insert(commands.end(), group.begin(), group.end());
     return commands;
 }

@@ -1,21 +1,14 @@
 #include "command.h"
 #include "download/clsdailyquotes.h"
 #include "download/clsstockquote.h"
-#include "download/httpchannel.h"
+#include "sourceoption.h"
 
 #include <QDate>
 #include <QLocale>
-#include <QSettings>
 
 namespace cli {
 
 namespace {
-
-download::ServiceAddresses serviceAddresses()
-{
-    const QSettings settings(QStringLiteral("Ticksmith"), QStringLiteral("Ticksmith"));
-    return download::ServiceAddresses::fromSettings(settings);
-}
 
 // A property as one line of output: the volume may still carry the reply's line end.
 QString oneLine(QString text)
@@ -30,15 +23,19 @@ QString number(double value)
     return QString::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-int quote(const QStringList& arguments, Io& io)
+int quote(const QStringList& given, Io& io)
 {
+    QStringList arguments = given;
+    QString problem;
+    const auto sources = takeSourceChain(arguments, problem);
     const QString symbol = arguments.value(0).trimmed();
-    if (arguments.size() != 1 || symbol.isEmpty()) {
-        io.err << "Usage: ticksmith-cli quote SYMBOL\n";
+    if (!sources || arguments.size() != 1 || symbol.isEmpty()) {
+        if (!problem.isEmpty())
+            io.err << "ticksmith-cli: " << problem << "\n";
+        io.err << "Usage: ticksmith-cli quote SYMBOL " << SourceOption << "\n";
         return Usage;
     }
-    download::HttpChannel channel(serviceAddresses());
-    download::clsStockQuote quote(channel, QLocale());
+    download::clsStockQuote quote(*sources, QLocale());
     quote.setSymbol(symbol);
     for (std::size_t i = 0; i < quote.values().size(); ++i)
         io.out << download::StockQuotePropertyNames[i] << ": " << oneLine(quote.values()[i]) << "\n";
@@ -49,18 +46,23 @@ int quote(const QStringList& arguments, Io& io)
     return Success;
 }
 
-int history(const QStringList& arguments, Io& io)
+int history(const QStringList& given, Io& io)
 {
+    QStringList arguments = given;
+    QString problem;
+    const auto sources = takeSourceChain(arguments, problem);
     const QString symbol = arguments.value(0).trimmed();
     const QDate from = QDate::fromString(arguments.value(1), QStringLiteral("yyyy-MM-dd"));
     const QDate to = QDate::fromString(arguments.value(2), QStringLiteral("yyyy-MM-dd"));
-    if (arguments.size() != 3 || symbol.isEmpty() || !from.isValid() || !to.isValid() || from > to) {
-        io.err << "Usage: ticksmith-cli history SYMBOL FROM TO   (dates as YYYY-MM-DD, FROM not after TO)\n";
+    if (!sources || arguments.size() != 3 || symbol.isEmpty() || !from.isValid() || !to.isValid() || from > to) {
+        if (!problem.isEmpty())
+            io.err << "ticksmith-cli: " << problem << "\n";
+        io.err << "Usage: ticksmith-cli history SYMBOL FROM TO " << SourceOption
+               << "   (dates as YYYY-MM-DD, FROM not after TO)\n";
         return Usage;
     }
-    download::HttpChannel channel(serviceAddresses());
     download::DailyQuotes rows;
-    download::clsDailyQuotes history(channel, rows);
+    download::clsDailyQuotes history(*sources, rows);
     history.DownloadDailyQuotes(symbol, from, to);
     io.out << "Request: " << history.request() << "\n"
            << "Status: " << history.Status() << "\n";
@@ -81,9 +83,12 @@ int history(const QStringList& arguments, Io& io)
 std::vector<Command> quoteCommands()
 {
     return {
-        {"quote", "SYMBOL", "Fetches the current quote of SYMBOL and prints its twelve properties.", quote},
+        {"quote",
+         "SYMBOL [--source NAME]",
+         "Fetches the current quote of SYMBOL and prints its twelve properties.",
+         quote},
         {"history",
-         "SYMBOL FROM TO",
+         "SYMBOL FROM TO [--source NAME]",
          "Fetches the daily history of SYMBOL from FROM to TO (YYYY-MM-DD); prints the request, the Status "
          "and the rows, newest first.",
          history},

@@ -59,7 +59,7 @@ struct DownloadResult
 {
     QString symbol;
     QString status;
-    QString reason = {};
+    QString reason = {}; // for "No Data": what the quote source answered, when it said
 };
 
 // State the windows share for the whole run of the program.

@@ -1,6 +1,9 @@
 #include "clsdailyquotes.h"
 
+#include "sources/sourceclient.h"
 #include "store/metastock/datafile.h"
+
+#include <QStringList>
 
 #include <cmath>
 #include <limits>
@@ -133,32 +136,28 @@ DailyQuotesParse parseDailyQuotes(QByteArrayView body)
 }
 
 clsDailyQuotes::clsDailyQuotes(TransferChannel& channel, DailyQuotes& quotes)
-    : m_channel(channel)
+    : m_ownSources(std::make_unique<sources::SourceChain>(channel))
+    , m_sources(*m_ownSources)
     , m_quotes(quotes)
 {}
+
+clsDailyQuotes::clsDailyQuotes(sources::SourceChain& sources, DailyQuotes& quotes)
+    : m_sources(sources)
+    , m_quotes(quotes)
+{}
+
+clsDailyQuotes::~clsDailyQuotes() = default;
 
 void clsDailyQuotes::DownloadDailyQuotes(const QString& Symbol, QDate FirstDate, QDate LastDate)
 {
     m_status = StatusNoData;
-    m_request = dailyQuotesRequest(Symbol, FirstDate, LastDate);
-    if (!FirstDate.isValid() || !LastDate.isValid()) {
-        m_error = QStringLiteral("The history was asked for without a valid date range.");
+    sources::SourceHistory answer = m_sources.history(Symbol, FirstDate, LastDate);
+    m_request = answer.request;
+    if (!answer.ok) {
+        m_error = answer.reason;
         return;
     }
-    DailyQuotesReader reader;
-    const TransferReply reply = m_channel.get(QuoteService::History, m_request, reader);
-    if (!reply.url.isEmpty())
-        m_request = reply.url;
-    if (!reply.ok) {
-        m_error = reply.error;
-        return;
-    }
-    DailyQuotesParse parsed = reader.finish();
-    if (!parsed.ok) {
-        m_error = parsed.error;
-        return;
-    }
-    m_quotes = std::move(parsed.rows);
+    m_quotes = std::move(answer.rows);
     m_error.clear();
     m_status = StatusOk;
 }

@@ -9,8 +9,13 @@
 #include <QString>
 
 #include <array>
+#include <memory>
 
 namespace download {
+
+namespace sources {
+class SourceChain;
+}
 
 // The path and query that ask for the daily history of symbol from first to last. The end date comes
 // before the start date, months count from 0 (January = 0), and nothing is padded:
@@ -69,8 +74,11 @@ public:
         StatusNoData = 2, // no usable data: a failed transfer or a reply that does not read
     };
 
-    // Both must outlive the object.
+    // Asks the specified service through channel. Both must outlive the object.
     clsDailyQuotes(TransferChannel& channel, DailyQuotes& quotes);
+    // Asks the quote sources, in their order, until one has the history. Both must outlive the object.
+    clsDailyQuotes(sources::SourceChain& sources, DailyQuotes& quotes);
+    ~clsDailyQuotes();
 
     // Asks for the history from FirstDate to LastDate; the outcome is Status() and the list.
     void DownloadDailyQuotes(const QString& Symbol, QDate FirstDate, QDate LastDate);
@@ -86,7 +94,8 @@ public:
     const QString& errorString() const { return m_error; }
 
 private:
-    TransferChannel& m_channel;
+    std::unique_ptr<sources::SourceChain> m_ownSources;
+    sources::SourceChain& m_sources;
     DailyQuotes& m_quotes;
     qint16 m_status = StatusOk;
     QString m_request;

@@ -1,5 +1,7 @@
 #include "clsstockquote.h"
 
+#include "sources/sourceclient.h"
+
 #include <cmath>
 
 namespace download {
@@ -49,29 +51,31 @@ std::optional<StockQuoteValues> parseStockQuote(const QString& body, const QLoca
 }
 
 clsStockQuote::clsStockQuote(TransferChannel& channel, QLocale locale)
-    : m_channel(channel)
+    : m_ownSources(std::make_unique<sources::SourceChain>(channel))
+    , m_sources(*m_ownSources)
     , m_locale(std::move(locale))
 {}
 
+clsStockQuote::clsStockQuote(sources::SourceChain& sources, QLocale locale)
+    : m_sources(sources)
+    , m_locale(std::move(locale))
+{}
+
+clsStockQuote::~clsStockQuote() = default;
+
 void clsStockQuote::setSymbol(const QString& symbol)
 {
-    // A quote is one line of twelve short fields: a reply far longer than that is not one, and is
-    // not kept.
-    WholeBody body(64 * 1024);
-    const TransferReply reply = m_channel.get(QuoteService::CurrentQuote, stockQuoteRequest(symbol), body);
-    std::optional<StockQuoteValues> values;
-    if (reply.ok)
-        values = parseStockQuote(QString::fromUtf8(body.body), m_locale);
-    if (values) {
-        m_values = *values;
+    const sources::SourceQuote answer = m_sources.quote(symbol, m_locale);
+    m_request = answer.request;
+    if (answer.values) {
+        m_values = *answer.values;
         m_error.clear();
         return;
     }
     m_values.fill(QStringLiteral("N/A"));
     m_values[0] = symbol;
     m_values[1] = QStringLiteral("0.00");
-    m_error =
-        reply.ok ? QStringLiteral("The current-quote service's reply holds fewer than twelve fields.") : reply.error;
+    m_error = answer.reason;
 }
 
 } // namespace download

@@ -6,9 +6,14 @@
 #include <QString>
 
 #include <array>
+#include <memory>
 #include <optional>
 
 namespace download {
+
+namespace sources {
+class SourceChain;
+}
 
 // The twelve properties of a current quote, in the order the service writes them.
 using StockQuoteValues = std::array<QString, 12>;
@@ -34,6 +39,9 @@ class clsStockQuote
 public:
     // locale formats the volume; the channel must outlive the object.
     clsStockQuote(TransferChannel& channel, QLocale locale);
+    // Asks the quote sources, in their order, until one has a quote; they must outlive the object.
+    clsStockQuote(sources::SourceChain& sources, QLocale locale);
+    ~clsStockQuote();
 
     // Fetches the quote of symbol. Without twelve fields in the reply (a failed transfer included), Quote
     // becomes "0.00", the other properties "N/A", and Symbol keeps the text given here; errorString()
@@ -69,11 +77,16 @@ public:
     // Why the last fetch brought no quote; empty after a reply of twelve fields.
     const QString& errorString() const { return m_error; }
 
+    // The address of the last request, its key masked.
+    const QString& request() const { return m_request; }
+
 private:
-    TransferChannel& m_channel;
+    std::unique_ptr<sources::SourceChain> m_ownSources;
+    sources::SourceChain& m_sources;
     QLocale m_locale;
     StockQuoteValues m_values;
     QString m_error;
+    QString m_request;
 };
 
 } // namespace download

@@ -4,6 +4,7 @@
 #include "clsstockquote.h"
 #include "prefetcher.h"
 #include "selection.h"
+#include "sources/sourceclient.h"
 #include "store/arguments.h"
 #include "store/metastockwriter.h"
 
@@ -305,10 +306,19 @@ void DownloadJob::Run::record(const QString& symbol, const QString& result, cons
 }
 
 DownloadJob::DownloadJob(TransferChannel& channel, QLocale locale, Events events)
-    : m_channel(channel)
+    : m_ownSources(std::make_unique<sources::SourceChain>(channel))
+    , m_sources(*m_ownSources)
     , m_locale(std::move(locale))
     , m_events(std::move(events))
 {}
+
+DownloadJob::DownloadJob(sources::SourceChain& sources, QLocale locale, Events events)
+    : m_sources(sources)
+    , m_locale(std::move(locale))
+    , m_events(std::move(events))
+{}
+
+DownloadJob::~DownloadJob() = default;
 
 JobOutcome DownloadJob::run(const QList<context::DownloadItem>& items, const DownloadOptions& options, QDate today)
 {
@@ -328,7 +338,7 @@ JobOutcome DownloadJob::run(const QList<context::DownloadItem>& items, const Dow
     QElapsedTimer timer;
     timer.start();
     {
-        Prefetcher ahead(m_channel, m_locale, today, orders, std::clamp(options.threads, 1, MaxThreads));
+        Prefetcher ahead(m_sources, m_locale, today, orders, std::clamp(options.threads, 1, MaxThreads));
         for (int i = 0; i < total; ++i) {
             if (m_events.checking)
                 m_events.checking(i + 1, total, items[i].symbol.trimmed(), run.outcome.counters);

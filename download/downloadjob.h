@@ -34,8 +34,13 @@
 #include <QStringList>
 
 #include <functional>
+#include <memory>
 
 namespace download {
+
+namespace sources {
+class SourceChain;
+}
 
 // The result texts, as the results list shows them.
 inline const QString ResultOk = QStringLiteral("OK");
@@ -133,6 +138,9 @@ public:
     // locale reads the current quote's volume, which the quote client formats with it. The channel
     // must outlive the job and allow calls from several threads at once.
     DownloadJob(TransferChannel& channel, QLocale locale, Events events = {});
+    // Downloads from the quote sources, asked in their order; they must outlive the job.
+    DownloadJob(sources::SourceChain& sources, QLocale locale, Events events = {});
+    ~DownloadJob();
 
     JobOutcome run(const QList<context::DownloadItem>& items, const DownloadOptions& options, QDate today);
 
@@ -143,7 +151,8 @@ public:
 private:
     class Run;
 
-    TransferChannel& m_channel;
+    std::unique_ptr<sources::SourceChain> m_ownSources;
+    sources::SourceChain& m_sources;
     QLocale m_locale;
     Events m_events;
     bool m_cancel = false;

@@ -134,13 +134,14 @@ TransferReply HttpChannel::get(QuoteService service, const QString& pathAndQuery
         const QString type = reply->header(QNetworkRequest::ContentTypeHeader).toString().toLower();
         return type.startsWith(u"text/html") || type.startsWith(u"application/xhtml");
     };
-    // Only the body of a reply that counts goes to the reader; every byte counts against the limit.
+    // Every byte counts against the limit. The reader sees an error reply's body too (quote sources
+    // say there what went wrong), but only a reply that counts may be refused by it.
     const auto takeBody = [&] {
         const QByteArray piece = reply->readAll();
         received += piece.size();
         if (received > m_limits.maxBodyBytes)
             stop(tooLarge);
-        else if (status() >= 200 && status() < 300 && !isWebPage() && !reader.read(piece))
+        else if (!reader.read(piece) && status() >= 200 && status() < 300 && !isWebPage())
             stop(reader.refusal());
     };
     QObject::connect(&deadline, &QTimer::timeout, &loop, [&] {
@@ -182,6 +183,8 @@ TransferReply HttpChannel::get(QuoteService service, const QString& pathAndQuery
         result.error = failure;
         return result;
     }
+    result.status = status();
+    result.retryAfter = QString::fromLatin1(reply->rawHeader("Retry-After")).trimmed();
     // The reason phrase is the server's own text: keep it to one short line.
     const QString reason =
         reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().simplified().left(80);

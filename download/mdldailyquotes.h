@@ -14,7 +14,7 @@ struct DailyQuoteRecord
     double high = 0;
     double low = 0;
     double close = 0;
-    qint32 volume = 0;
+    qint64 volume = 0; // the specified service keeps to 32 bits; other sources (crypto) go beyond
 
     friend bool operator==(const DailyQuoteRecord&, const DailyQuoteRecord&) = default;
 };

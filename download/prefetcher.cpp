@@ -1,6 +1,7 @@
 #include "prefetcher.h"
 
 #include "clsdailyquotes.h"
+#include "sources/sourceclient.h"
 
 #include <QElapsedTimer>
 #include <QEventLoop>
@@ -9,51 +10,35 @@ namespace download {
 
 namespace {
 
-// Passes requests on and notes how long each took, for the job's report of the slowest.
-class TimingChannel : public TransferChannel
-{
-public:
-    TimingChannel(TransferChannel& inner, const QString& symbol, QList<RequestTime>& times)
-        : m_inner(inner)
-        , m_symbol(symbol)
-        , m_times(times)
-    {}
-
-    TransferReply get(QuoteService service, const QString& pathAndQuery, BodyReader& reader) override
-    {
-        QElapsedTimer timer;
-        timer.start();
-        TransferReply reply = m_inner.get(service, pathAndQuery, reader);
-        m_times.append({m_symbol, reply.url.isEmpty() ? pathAndQuery : reply.url, timer.elapsed(), reply.error});
-        return reply;
-    }
-
-private:
-    TransferChannel& m_inner;
-    const QString& m_symbol;
-    QList<RequestTime>& m_times;
-};
-
-Fetched fetch(TransferChannel& channel, const QLocale& locale, QDate today, const FetchOrder& order)
+Fetched fetch(sources::SourceChain& sources, const QLocale& locale, QDate today, const FetchOrder& order)
 {
     Fetched fetched;
-    TimingChannel timed(channel, order.symbol, fetched.requests);
-    clsDailyQuotes history(timed, fetched.rows);
+    // Each ask is timed for the job's report of the slowest, fallbacks and waits for the pace included.
+    QElapsedTimer timer;
+    timer.start();
+    clsDailyQuotes history(sources, fetched.rows);
     history.DownloadDailyQuotes(order.symbol, order.first, today);
     fetched.historyStatus = history.Status();
     fetched.historyError = history.errorString();
+    fetched.requests.append({order.symbol, history.request(), timer.elapsed(), history.errorString()});
     if (order.currentQuote) {
-        clsStockQuote quote(timed, locale);
+        timer.start();
+        clsStockQuote quote(sources, locale);
         quote.setSymbol(order.symbol);
         fetched.quote = quote.values();
+        fetched.requests.append({order.symbol, quote.request(), timer.elapsed(), quote.errorString()});
     }
     return fetched;
 }
 
 } // namespace
 
-Prefetcher::Prefetcher(TransferChannel& channel, QLocale locale, QDate today, QList<FetchOrder> orders, int threads)
-    : m_channel(channel)
+Prefetcher::Prefetcher(sources::SourceChain& sources,
+                       QLocale locale,
+                       QDate today,
+                       QList<FetchOrder> orders,
+                       int threads)
+    : m_sources(sources)
     , m_locale(std::move(locale))
     , m_today(today)
     , m_orders(std::move(orders))
@@ -65,9 +50,9 @@ Prefetcher::Prefetcher(TransferChannel& channel, QLocale locale, QDate today, QL
 
 Prefetcher::~Prefetcher()
 {
-    m_channel.abortTransfers();
+    m_sources.abortTransfers();
     m_pool.waitForDone();
-    m_channel.allowTransfers();
+    m_sources.allowTransfers();
 }
 
 void Prefetcher::dispatch()
@@ -75,7 +60,7 @@ void Prefetcher::dispatch()
     while (m_next < m_orders.size() && m_next - m_taken < m_threads) {
         const FetchOrder order = m_orders[m_next++];
         m_pool.start([this, order] {
-            Fetched fetched = fetch(m_channel, m_locale, m_today, order);
+            Fetched fetched = fetch(m_sources, m_locale, m_today, order);
             // Handed to the writer's thread; dropped unread if the prefetcher is gone by then.
             QMetaObject::invokeMethod(
                 this,

@@ -4,7 +4,7 @@
 // several securities wait for the service at once while the writer goes through them one at a time,
 // in list order, on its own thread.
 //
-//     Prefetcher ahead(channel, locale, today, orders, threads);
+//     Prefetcher ahead(sources, locale, today, orders, threads);
 //     Fetched fetched = ahead.take(item); // waits (handling events) until it is there
 //
 // At most `threads` orders are in flight or fetched and not yet taken; each take() lets the next one
@@ -13,7 +13,6 @@
 #include "clsstockquote.h"
 #include "downloadjob.h"
 #include "mdldailyquotes.h"
-#include "transferchannel.h"
 
 #include <QDate>
 #include <QHash>
@@ -24,6 +23,10 @@
 #include <QThreadPool>
 
 class QEventLoop;
+
+namespace download::sources {
+class SourceChain;
+}
 
 namespace download {
 
@@ -49,8 +52,8 @@ struct Fetched
 class Prefetcher : public QObject
 {
 public:
-    // The channel must allow calls from several threads at once and outlive the prefetcher.
-    Prefetcher(TransferChannel& channel, QLocale locale, QDate today, QList<FetchOrder> orders, int threads);
+    // The sources must allow calls from several threads at once and outlive the prefetcher.
+    Prefetcher(sources::SourceChain& sources, QLocale locale, QDate today, QList<FetchOrder> orders, int threads);
     ~Prefetcher() override;
 
     // The fetch of the order for item, once it has arrived; the caller's events are handled meanwhile.
@@ -63,7 +66,7 @@ private:
     void dispatch();
     void arrived(int item, Fetched fetched);
 
-    TransferChannel& m_channel;
+    sources::SourceChain& m_sources;
     const QLocale m_locale;
     const QDate m_today;
     const QList<FetchOrder> m_orders;

@@ -56,6 +56,10 @@ struct TransferReply
     bool ok = false;
     QString error; // a sentence for a person; empty when ok
     QString url; // the address asked for; empty when the service has no address
+    // What the server answered, kept when it is a failure too: quote sources say what went wrong in
+    // the body of an error reply. Status 0 when no answer came.
+    int status = 0;
+    QString retryAfter; // the Retry-After header, as sent
 };
 
 // A synchronous GET, as the quote clients need it. An implementation must keep the caller's event loop
@@ -69,7 +73,8 @@ public:
     virtual ~TransferChannel() = default;
 
     // Fetches pathAndQuery ("/table.csv?s=...") from the service's address, handing the body to
-    // reader as it arrives; only a reply that counts (ok) has its body read.
+    // reader as it arrives. An error reply's body goes to the reader too, but only a reply that
+    // counts (ok) may be refused by it.
     virtual TransferReply get(QuoteService service, const QString& pathAndQuery, BodyReader& reader) = 0;
 
     // Ends the transfers in progress on every thread as failures, at once, and fails every later one

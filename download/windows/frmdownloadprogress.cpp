@@ -3,6 +3,7 @@
 #include "context/appcontext.h"
 #include "context/windowhelpers.h"
 #include "download/httpchannel.h"
+#include "download/sources/sourceclient.h"
 #include "frmdownloadresults.h"
 
 #include <QCloseEvent>
@@ -38,10 +39,15 @@ frmDownloadProgress::frmDownloadProgress(context::AppContext& context, QWidget* 
     setObjectName(QStringLiteral("frmDownloadProgress"));
     setWindowTitle(QStringLiteral("Download Progress"));
 
+    const auto choice = sources::SourceChoice::fromSettings(*m_context.settings);
     const ServiceAddresses addresses = ServiceAddresses::fromSettings(*m_context.settings);
-    m_serviceConfigured =
-        !addresses.historyUrl.isEmpty() && (!m_context.state.downloadCurrentQuote || !addresses.quoteUrl.isEmpty());
-    m_channel = std::make_unique<HttpChannel>(addresses, HttpLimits::fromSettings(*m_context.settings));
+    // Only the specified service can be without an address: every other source has its provider's.
+    m_serviceConfigured = choice.source != sources::ClassicSource
+        || (!addresses.historyUrl.isEmpty()
+            && (!m_context.state.downloadCurrentQuote || !addresses.quoteUrl.isEmpty()));
+    m_sources = std::make_unique<sources::SourceChain>(choice,
+                                                       *m_context.settings,
+                                                       HttpLimits::fromSettings(*m_context.settings));
     DownloadJob::Events events;
     events.checking = [this](int index, int total, const QString& symbol, const DownloadCounters& counters) {
         showProgress(index, total, symbol, counters);
@@ -55,7 +61,7 @@ frmDownloadProgress::frmDownloadProgress(context::AppContext& context, QWidget* 
     events.ignoredError = [this](const QString& symbol, const QString& error) {
         m_writeFailures.append(symbol + QStringLiteral(": ") + error);
     };
-    m_job = std::make_unique<DownloadJob>(*m_channel, m_context.locale, std::move(events));
+    m_job = std::make_unique<DownloadJob>(*m_sources, m_context.locale, std::move(events));
 
     PB->setMinimum(0);
     PB1->setMinimum(0);

@@ -26,7 +26,9 @@ struct AppContext;
 
 namespace download {
 
-class HttpChannel;
+namespace sources {
+class SourceChain;
+}
 
 class frmDownloadProgress : public QDialog
 {
@@ -65,7 +67,7 @@ private:
     void showRecorded(int index, int total);
 
     context::AppContext& m_context;
-    std::unique_ptr<HttpChannel> m_channel; // Inet1
+    std::unique_ptr<sources::SourceChain> m_sources; // Inet1, one channel per quote source
     std::unique_ptr<DownloadJob> m_job;
     bool m_started = false;
     bool m_running = false;

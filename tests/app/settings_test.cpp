@@ -1,13 +1,19 @@
 #include "app/frmsettings.h"
 #include "app/frmtip.h"
 #include "download/httpchannel.h"
+#include "download/sources/sourceclient.h"
+#include "download/windows/sourcesettings.h"
+#include "quoteserver.h"
 #include "symbols/placehelper.h"
 #include "symbols/symbolsdb.h"
 #include "testcontext.h"
 
 #include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
 #include <QSlider>
@@ -124,6 +130,59 @@ TEST(SettingsWithoutDatabaseTest, ShowsTheEnginesErrorAndSavesNothing)
     EXPECT_EQ(context.prompter().messages().size(), 2);
     EXPECT_NE(settings.result(), int(QDialog::Accepted));
     EXPECT_FALSE(context->settings->contains(app::showTipsAtStartupKey()));
+}
+
+} // namespace
+
+namespace {
+
+// The quote source: the choice, its key and the fallbacks are kept (the file readable by its owner
+// alone), and "Test" shows what the source sent.
+TEST_F(SettingsTest, KeepsTheQuoteSourceItsKeyAndFallbacksAndTestsTheSource)
+{
+    testing_support::QuoteServer server;
+    const QByteArray yesterday = QDate::currentDate().addDays(-1).toString(Qt::ISODate).toLatin1();
+    server.canned[QStringLiteral("/api/eod/IBM.US")] = {
+        {"200 OK",
+         "Date,Open,High,Low,Close,Adjusted_close,Volume\n" + yesterday + ",10,12,9,11,11,5000\n",
+         "text/csv",
+         {}}};
+    qputenv("TICKSMITH_EODHD_URL", server.url().toLatin1());
+    {
+        app::frmSettings settings(context);
+        download::SourceSettingsBox& box = *settings.Sources;
+        EXPECT_EQ(box.cboSource->currentData().toString(), "classic");
+        EXPECT_FALSE(box.txtSourceKey->isEnabled());
+        box.cboSource->setCurrentIndex(box.cboSource->findData(QStringLiteral("eodhd")));
+        EXPECT_EQ(box.txtSourceKey->echoMode(), QLineEdit::Password);
+        box.txtSourceKey->setText(QStringLiteral("eod-key"));
+        for (int i = 0; i < box.lstFallback->count(); ++i) {
+            QListWidgetItem* item = box.lstFallback->item(i);
+            if (item->data(Qt::UserRole).toString() == u"yahoo")
+                item->setCheckState(Qt::Checked);
+        }
+        box.txtTestSymbol->setText(QStringLiteral("IBM"));
+        box.cmdTestSource->click();
+        EXPECT_TRUE(box.lblTestResult->text().contains(QLatin1String("1 bars; the newest: " + yesterday)))
+            << box.lblTestResult->text().toStdString();
+        EXPECT_TRUE(box.lblTestResult->text().contains(QLatin1String("api_token=********")));
+        ASSERT_EQ(server.requests().size(), 1);
+        EXPECT_EQ(server.requests()[0].query.queryItemValue(QStringLiteral("api_token")), "eod-key");
+        settings.Command2->click();
+    }
+    qunsetenv("TICKSMITH_EODHD_URL");
+    QSettings& stored = *context->settings;
+    EXPECT_EQ(stored.value(QLatin1String(download::sources::SourceKey)).toString(), "eodhd");
+    EXPECT_EQ(stored.value(QLatin1String(download::sources::FallbackKey)).toString(), "yahoo");
+    EXPECT_EQ(stored.value(QStringLiteral("Sources/eodhdKey")).toString(), "eod-key");
+    const QFile::Permissions others =
+        QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
+    EXPECT_EQ(QFile::permissions(stored.fileName()) & others, QFile::Permissions());
+    EXPECT_TRUE(QFile::permissions(stored.fileName()) & QFile::ReadOwner);
+
+    app::frmSettings again(context);
+    EXPECT_EQ(again.Sources->cboSource->currentData().toString(), "eodhd");
+    EXPECT_EQ(again.Sources->txtSourceKey->text(), "eod-key");
 }
 
 } // namespace

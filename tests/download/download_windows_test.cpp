@@ -289,6 +289,41 @@ TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItse
     EXPECT_EQ(context.modalsShown, (QStringList{"frmDownloadProgress", "frmDownloadResults"}));
 }
 
+// The source chosen in Settings is the one asked; what it refused is said in the result's tip.
+TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
+{
+    context->settings->setValue(QStringLiteral("Sources/Source"), QStringLiteral("eodhd"));
+    context->settings->setValue(QStringLiteral("Sources/eodhdKey"), QStringLiteral("k"));
+    context->settings->setValue(QStringLiteral("Sources/eodhdUrl"), server.url());
+    server.canned[QStringLiteral("/api/eod/IBM.US")] = {{"200 OK",
+                                                         "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-06-06,"
+                                                         "10,12,9,11,11,500\n2024-06-07,11,13,10,12,12,600\n",
+                                                         "text/csv",
+                                                         {}}};
+    server.canned[QStringLiteral("/api/eod/MSFT.US")] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
+    const QList<HistoryRow> held = everyDay({2024, 6, 3}, {2024, 6, 5});
+    addSecurity(folder, QStringLiteral("IBM"), held);
+    addSecurity(folder, QStringLiteral("MSFT"), held);
+    context->state.downloadList = {
+        *download::makeDownloadItem(QStringLiteral("IBM"), 20240603, 20240605, folder, Friday),
+        *download::makeDownloadItem(QStringLiteral("MSFT"), 20240603, 20240605, folder, Friday)};
+    QString tip;
+    driveProgressAndResults();
+    context.modalDrivers.back() = [&](QDialog& dialog) {
+        auto& results = static_cast<frmDownloadResults&>(dialog);
+        shownResults = column(results.ListView1, 1);
+        tip = results.ListView1->topLevelItem(1)->toolTip(1);
+        return QDialog::Accepted;
+    };
+    frmDownloadProgress progress(context);
+    context->runModal(progress);
+    EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
+    EXPECT_TRUE(tip.contains(QStringLiteral("EODHD refused the API key"))) << tip.toStdString();
+    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 5);
+    EXPECT_DOUBLE_EQ(barsOf(folder, QStringLiteral("IBM")).last().close, 12.0);
+    EXPECT_TRUE(historySymbols(server).isEmpty()); // the specified service was not asked
+}
+
 TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
 {
     context->state.downloadResults = {{QStringLiteral("A"), QStringLiteral("OK")},

@@ -103,7 +103,11 @@ struct CliRun
 
 // Runs ticksmith-cli while this process's event loop keeps the server answering. addressed sets both
 // service addresses to the server; without it the program sees none (the tests' home has no settings).
-inline CliRun runCli(const QuoteServer& server, const QStringList& arguments, bool addressed = true)
+// variables are added to the program's environment.
+inline CliRun runCli(const QuoteServer& server,
+                     const QStringList& arguments,
+                     bool addressed = true,
+                     const QMap<QString, QString>& variables = {})
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* proxy : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
@@ -115,6 +119,8 @@ inline CliRun runCli(const QuoteServer& server, const QStringList& arguments, bo
         environment.insert(QLatin1String(download::QuoteUrlVariable), server.url());
         environment.insert(QLatin1String(download::HistoryUrlVariable), server.url());
     }
+    for (auto it = variables.begin(); it != variables.end(); ++it)
+        environment.insert(it.key(), it.value());
     QProcess process;
     process.setProcessEnvironment(environment);
     QEventLoop loop;

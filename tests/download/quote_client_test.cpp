@@ -95,10 +95,10 @@ TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
     const QByteArray good = channel.body;
     for (const auto& [ok, body] : {std::pair<bool, QByteArray>{true, "\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"},
                                    std::pair<bool, QByteArray>{false, {}}}) {
-        channel.reply = {true, {}, {}};
+        channel.reply = {true, {}, {}, 200, {}};
         channel.body = good;
         quote.setSymbol(QStringLiteral("IBM"));
-        channel.reply = {ok, ok ? QString() : QStringLiteral("Connection refused."), {}};
+        channel.reply = {ok, ok ? QString() : QStringLiteral("Connection refused."), {}, ok ? 200 : 0, {}};
         channel.body = body;
         quote.setSymbol(QStringLiteral("MSFT"));
         EXPECT_EQ(quote.values(), reset);

@@ -116,6 +116,13 @@ void QuoteServer::answer(QTcpSocket* socket, const QByteArray& head)
     }
     m_requests.append(request);
 
+    if (auto found = canned.find(request.path); found != canned.end() && !found->isEmpty()) {
+        const CannedReply reply = found->size() > 1 ? found->takeFirst() : found->first();
+        socket->write(response(reply.status, reply.contentType, reply.body, reply.extraHeaders));
+        socket->disconnectFromHost();
+        return;
+    }
+
     const QString symbol = request.symbol();
     const Script script = m_scripts.value(symbol);
     const Misbehaviour chosen = script.misbehaviour != Misbehaviour::None ? script.misbehaviour : misbehaviour;

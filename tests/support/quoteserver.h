@@ -78,8 +78,21 @@ public:
         QString symbol() const { return query.queryItemValue(QStringLiteral("s"), QUrl::FullyDecoded); }
     };
 
+    // A reply served as it stands, for the quote sources' own paths.
+    struct CannedReply
+    {
+        QByteArray status = "200 OK";
+        QByteArray body;
+        QByteArray contentType = "application/json";
+        QByteArray extraHeaders; // whole lines, each ending in CR LF
+    };
+
     QuoteServer();
     ~QuoteServer() override;
+
+    // Replies by path ("/v8/finance/chart/AAPL"), whatever the query: each request takes the first of
+    // its list, the last one stays for every request after it.
+    QMap<QString, QList<CannedReply>> canned;
 
     QString url() const; // "http://127.0.0.1:<port>"
 
