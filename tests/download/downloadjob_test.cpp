@@ -326,6 +326,12 @@ struct WeekendCase
     bool upToDate;
 };
 
+void PrintTo(const WeekendCase& c, std::ostream* out)
+{
+    *out << "from " << qPrintable(QLocale::c().dayName(c.from.dayOfWeek())) << " today "
+         << qPrintable(QLocale::c().dayName(c.today.dayOfWeek())) << (c.weekendQuotes ? " with weekends" : "");
+}
+
 class WeekendTest
     : public DownloadJobTest
     , public testing::WithParamInterface<WeekendCase>

@@ -80,7 +80,9 @@ TEST_P(PeriodicityTest, CreatesAnEmptySecurityAndKeepsFolderDateAndPeriodicityFo
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(DailyWeeklyMonthly, PeriodicityTest, ::testing::Values(0, 1, 2));
+INSTANTIATE_TEST_SUITE_P(Periodicity, PeriodicityTest, ::testing::Values(0, 1, 2), [](const auto& test) {
+    return std::string(test.param == 0 ? "Daily" : test.param == 1 ? "Weekly" : "Monthly");
+});
 
 struct Refusal
 {
@@ -118,6 +120,12 @@ const Refusal refusals[] = {
     {"Euro € Fund", "EUR", "The name \"Euro € Fund\" holds the character U+20ac, which the folder cannot store."},
     {"IBM", "IBM", "18990102 is not a date between 1900-01-01 and 2099-12-31.", 1899},
 };
+
+// Named in test lists by the message they expect.
+void PrintTo(const Refusal& refusal, std::ostream* out)
+{
+    *out << QByteArray(refusal.message).left(40).constData();
+}
 
 INSTANTIATE_TEST_SUITE_P(Fields, RefusalTest, ::testing::ValuesIn(refusals));
 
