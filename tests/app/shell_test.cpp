@@ -3,7 +3,6 @@
 #include "app/frmmain.h"
 #include "app/frmtip.h"
 #include "chart/windows/frmchart.h"
-#include "download/windows/frmdownload.h"
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
 #include "store/windows/bartablemodel.h"
@@ -166,14 +165,27 @@ TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
     EXPECT_EQ(context->state.currentFolder, folder);
 }
 
-TEST(MainWindowTest, CreateMultipleAndFinderOpenFromMenuAndToolbar)
+// Each task item opens its window; the toolbar buttons do what their menu items do.
+TEST(MainWindowTest, TaskItemsOpenTheirWindows)
 {
     TestContext context;
     app::frmMain window(context);
-    window.mnuCreateMultiple->trigger();
-    window.mnuSecFinder->trigger();
+    for (QAction* item : {window.mnuCreateMultiple,
+                          window.mnuSecFinder,
+                          window.mnuDownload,
+                          window.mnuSecurity,
+                          window.mnuData,
+                          window.mnuConvert})
+        item->trigger();
     window.Toolbar1_ButtonClick(5);
-    EXPECT_EQ(context.modalsShown, QStringList({"frmCreateMultiple", "frmFinder", "frmFinder"}));
+    EXPECT_EQ(context.modalsShown,
+              QStringList({"frmCreateMultiple",
+                           "frmFinder",
+                           "frmDownload",
+                           "frmAdjustSecurity",
+                           "frmDeleteData",
+                           "frmConvert",
+                           "frmFinder"}));
 }
 
 TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
@@ -395,30 +407,6 @@ TEST(MainWindowTest, ChartsOpenFromOpenChart)
     ASSERT_NE(chart, nullptr);
     EXPECT_EQ(chart->bars().size(), 3u);
     EXPECT_EQ(window.recentItems().size(), 1);
-}
-
-TEST(MainWindowTest, TheToolsMenuOpensTheDownloadSelectionWithTheSavedOptions)
-{
-    TestContext context;
-    context->state.dataCorrection = true;
-    context->state.downloadCurrentQuote = true;
-    context.modalDrivers.push_back([&](QDialog& dialog) {
-        auto& selection = static_cast<download::frmDownload&>(dialog);
-        EXPECT_TRUE(selection.Check1->isChecked() && selection.Check2->isChecked());
-        return QDialog::Rejected;
-    });
-    app::frmMain main(context);
-    main.mnuDownload->trigger();
-    EXPECT_EQ(context.modalsShown, QStringList{"frmDownload"});
-}
-
-TEST(MainWindowTest, ToolsAdjustOpensTheAdjustSecurityAndDeleteDataWindows)
-{
-    TestContext context;
-    app::frmMain main(context);
-    main.mnuSecurity->trigger();
-    main.mnuData->trigger();
-    EXPECT_EQ(context.modalsShown, QStringList({"frmAdjustSecurity", "frmDeleteData"}));
 }
 
 TEST(TipTest, MissingFileShowsHowToMakeOne)
