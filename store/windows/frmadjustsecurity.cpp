@@ -8,7 +8,6 @@
 #include <QDateEdit>
 #include <QGridLayout>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -24,8 +23,7 @@ frmAdjustSecurity::frmAdjustSecurity(context::AppContext& context, QWidget* pare
     setWindowTitle(QStringLiteral("Adjust Security"));
     DTPicker1->setReadOnly(true);
     DTPicker1->setCalendarPopup(false);
-    m_fields->addWidget(new QLabel(QStringLiteral("First Date"), this), 2, 0);
-    m_fields->addWidget(DTPicker1, 2, 1);
+    context::addFieldRow(*m_fields, 2, QStringLiteral("First Date"), DTPicker1);
     for (QPushButton* button : {Command1, Command2, Command3}) {
         button->setAutoDefault(false);
         m_buttons->addWidget(button);

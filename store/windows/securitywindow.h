@@ -74,8 +74,6 @@ protected:
     // and the next action makes a new one.
     Status runWriterSteps(std::initializer_list<WriterStep> steps);
 
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
     context::AppContext& m_context;
     QGridLayout* m_fields; // Name and Symbol in rows 0 and 1; the windows add the rows below
     QHBoxLayout* m_buttons; // right-aligned at the bottom
