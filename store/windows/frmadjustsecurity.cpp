@@ -7,7 +7,6 @@
 
 #include <QDateEdit>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -24,10 +23,7 @@ frmAdjustSecurity::frmAdjustSecurity(context::AppContext& context, QWidget* pare
     DTPicker1->setReadOnly(true);
     DTPicker1->setCalendarPopup(false);
     context::addFieldRow(*m_fields, 2, QStringLiteral("First Date"), DTPicker1);
-    for (QPushButton* button : {Command1, Command2, Command3}) {
-        button->setAutoDefault(false);
-        m_buttons->addWidget(button);
-    }
+    addButtons({Command1, Command2, Command3});
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
     connect(Command2, &QPushButton::clicked, this, [this] { Command2_Click(); });

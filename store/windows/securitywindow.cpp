@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace store {
@@ -119,6 +120,14 @@ void SecurityWindow::List1_Click()
     DTPicker1->setDate(checkDate(date).ok() ? QDate(date / 10000, date / 100 % 100, date % 100)
                                             : DTPicker1->minimumDate());
     securityShown();
+}
+
+void SecurityWindow::addButtons(std::initializer_list<QPushButton*> buttons)
+{
+    for (QPushButton* button : buttons) {
+        button->setAutoDefault(false);
+        m_buttons->addWidget(button);
+    }
 }
 
 Status SecurityWindow::runWriterSteps(std::initializer_list<WriterStep> steps)
