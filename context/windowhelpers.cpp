@@ -8,11 +8,13 @@
 #include <QGridLayout>
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QScreen>
 #include <QStyle>
+#include <QTreeWidget>
 #include <QWidget>
 
 namespace context {
@@ -113,6 +115,16 @@ void showAsFolderButton(QAbstractButton& button, const QString& tip)
     button.setIcon(button.style()->standardIcon(QStyle::SP_DirOpenIcon));
     if (!tip.isEmpty())
         button.setToolTip(tip);
+}
+
+void showAsReport(QTreeWidget& list, const QStringList& headings, std::initializer_list<int> widths)
+{
+    list.setHeaderLabels(headings);
+    list.setRootIsDecorated(false);
+    list.setAllColumnsShowFocus(true);
+    int column = 0;
+    for (int width : widths)
+        list.header()->resizeSection(column++, width);
 }
 
 void showShortDates(QDateEdit& picker, const QLocale& locale)

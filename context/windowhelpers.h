@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout> // the button row is added to its window's layout as a QLayout
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <initializer_list>
@@ -12,6 +13,7 @@ class QGridLayout;
 class QKeyEvent;
 class QLineEdit;
 class QLocale;
+class QTreeWidget;
 class QWidget;
 
 namespace context {
@@ -63,6 +65,10 @@ Button* folderButton(Button* button, const QString& tip = {})
     showAsFolderButton(*button, tip);
     return button;
 }
+
+// A list of rows under column headings, as the windows' list views show securities and results: no
+// tree lines, the focus on the whole row, and the first columns `widths` pixels wide.
+void showAsReport(QTreeWidget& list, const QStringList& headings, std::initializer_list<int> widths);
 
 // A date box in the user's short-date notation, with a calendar to pick from.
 void showShortDates(QDateEdit& picker, const QLocale& locale);

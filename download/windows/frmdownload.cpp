@@ -14,7 +14,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -65,10 +64,9 @@ frmDownload::frmDownload(context::AppContext& context, QWidget* parent)
     ListView2->setHeaderLabels({QStringLiteral("Path")});
     ListView2->setRootIsDecorated(false);
     ListView2->setMaximumHeight(130);
-    ListView1->setHeaderLabels({QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Last Date")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 260);
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Last Date")},
+                          {260});
     context::showShortDates(*DTPicker1, m_context.locale);
     Command1->setToolTip(QStringLiteral("Browse For Folder"));
 

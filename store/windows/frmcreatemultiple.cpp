@@ -11,7 +11,6 @@
 #include <QDateEdit>
 #include <QDir>
 #include <QGridLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -46,10 +45,7 @@ frmCreateMultiple::frmCreateMultiple(context::AppContext& context, QWidget* pare
     context::showShortDates(*DTPicker1, m_context.locale);
     // The dates a folder can hold; the picker offers no other, so no row can fail on its date.
     DTPicker1->setDateRange(QDate(1900, 1, 1), QDate(2099, 12, 31));
-    ListView1->setHeaderLabels({QStringLiteral("Security Name"), QStringLiteral("Symbol")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 300);
+    context::showAsReport(*ListView1, {QStringLiteral("Security Name"), QStringLiteral("Symbol")}, {300});
 
     auto* fields = new QGridLayout;
     context::addFieldRow(*fields, 0, QStringLiteral("Folder"), Text1, Command1);

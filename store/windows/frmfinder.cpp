@@ -10,7 +10,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -47,13 +46,10 @@ frmFinder::frmFinder(context::AppContext& context, QWidget* parent)
     for (QPushButton* button : {Command3, Command1, Command2})
         button->setAutoDefault(false);
     context::onKeyPress(*Text1, [this](const QKeyEvent& key) { return Text1_KeyPress(key); });
-    ListView1->setHeaderLabels(
-        {QStringLiteral("Security Name"), QStringLiteral("Symbol"), QStringLiteral("File Name")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security Name"), QStringLiteral("Symbol"), QStringLiteral("File Name")},
+                          {280, 110});
     ListView1->setUniformRowHeights(true); // tens of thousands of rows stay quick to show
-    ListView1->header()->resizeSection(0, 280);
-    ListView1->header()->resizeSection(1, 110);
 
     auto* pattern = new QHBoxLayout;
     pattern->addWidget(Text1, 1);

@@ -9,7 +9,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -37,14 +36,13 @@ frmOpen::frmOpen(context::AppContext& context, QWidget* parent)
     // Enter belongs to the Directory box and the list; it must not press a default button as well.
     Command2->setAutoDefault(false);
     Command3->setAutoDefault(false);
-    ListView1->setHeaderLabels({QStringLiteral("Security Name"),
-                                QStringLiteral("Symbol"),
-                                QStringLiteral("File Name"),
-                                QStringLiteral("Last Date")});
-    ListView1->setRootIsDecorated(false);
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security Name"),
+                           QStringLiteral("Symbol"),
+                           QStringLiteral("File Name"),
+                           QStringLiteral("Last Date")},
+                          {220});
     ListView1->setUniformRowHeights(true);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 220);
     context::onKeyPress(*Text1, [this](const QKeyEvent& key) { return Text1_KeyPress(key); });
     context::onKeyPress(*ListView1, [this](const QKeyEvent& key) { return ListView1_KeyPress(key); });
 

@@ -8,7 +8,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -39,11 +38,9 @@ frmLookup::frmLookup(context::AppContext& context, QWidget* parent)
 
     Combo1->setEditable(false);
     context::onKeyPress(*Combo1, [this](const QKeyEvent& key) { return Combo1_KeyPress(key); });
-    ListView1->setHeaderLabels({QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Exchange")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 280);
-    ListView1->header()->resizeSection(1, 110);
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Exchange")},
+                          {280, 110});
     Text1->setReadOnly(true);
 
     auto* top = new QHBoxLayout;
