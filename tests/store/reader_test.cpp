@@ -40,21 +40,15 @@ class ReaderTest : public ::testing::Test
 protected:
     void SetUp() override { writeFolder(m_dir.path()); }
 
-    // As the data sheet reads a security, cancelling after `cancelAfter` steps; returns the closes read.
-    std::vector<double> readBars(const QString& symbol, int cancelAfter = -1)
+    // As the data sheet reads a security: the index's first date, last date (date field 2) and
+    // periodicity, then the closes bar by bar.
+    std::vector<double> readBars(const QString& symbol)
     {
         std::vector<double> result;
-        ProgressWindow progress(ProgressWindow::Display::Silent);
         MetaStockReader reader;
-        qint32 count = 0, first = 0, last = 0, periodicity = 0;
-        EXPECT_OK(progress.Open());
+        qint32 first = 0, last = 0, periodicity = 0;
         EXPECT_OK(reader.OpenFolder(m_dir.path()));
         EXPECT_OK(reader.SelectSecurity(symbol));
-        EXPECT_OK(reader.GetBarCount(count));
-        EXPECT_OK(progress.SetRange(0, count));
-        EXPECT_OK(progress.SetVisible(1));
-        EXPECT_OK(progress.SetCaption("Read Security data..."));
-        EXPECT_OK(progress.SetLabel("Progress...."));
         EXPECT_OK(reader.GetFirstDate(first));
         EXPECT_OK(reader.GetPeriodicity(periodicity));
         EXPECT_OK(reader.SetDateField(2));
@@ -62,24 +56,11 @@ protected:
         m_dates = {first, last, periodicity};
         qint32 more = 0;
         while (reader.HasMoreBars(more).ok() && more >= 1) {
-            double close = 0;
-            qint32 date = 0;
             EXPECT_OK(reader.ReadNextBar());
-            EXPECT_OK(reader.GetBarDate(date));
-            EXPECT_OK(reader.GetClose(close));
-            result.push_back(close);
-            EXPECT_OK(progress.Step());
-            if (int(result.size()) == cancelAfter)
-                progress.cancel();
-            bool cancelled = false;
-            EXPECT_OK(progress.IsCancelled(cancelled));
-            if (cancelled)
-                break;
+            EXPECT_OK(reader.GetClose(result.emplace_back()));
         }
-        EXPECT_EQ(progress.state().value, int(result.size()));
         EXPECT_OK(reader.CloseSecurity());
         EXPECT_OK(reader.Close());
-        EXPECT_OK(progress.Close());
         return result;
     }
 
@@ -87,11 +68,10 @@ protected:
     std::vector<qint32> m_dates;
 };
 
-TEST_F(ReaderTest, ReadsBarsWithProgress)
+TEST_F(ReaderTest, ReadsBarsAndTheIndexDates)
 {
     EXPECT_EQ(readBars("abc"), (std::vector<double>{1.25, 2.25, 3.25, 4.25, 5.25}));
     EXPECT_EQ(m_dates, (std::vector<qint32>{20210301, 20210305, store::Weekly}));
-    EXPECT_EQ(readBars("ABC", 2).size(), 2u);
     // A security without bars reports its first date as first and last.
     EXPECT_TRUE(readBars("EMPTY").empty());
     EXPECT_EQ(m_dates, (std::vector<qint32>{20210601, 20210601, store::Daily}));
@@ -142,45 +122,40 @@ TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
     ASSERT_OK(reader.CloseSecurity());
 }
 
-TEST(ProgressWindowTest, ShowsARealWindowWhenAsked)
+// The data sheet's progress: a real window whose Cancel is seen, or silent offscreen; never past its range.
+TEST(ProgressWindowTest, ShowsARealWindowWhenAskedAndStopsAtItsRange)
 {
-    ProgressWindow progress(ProgressWindow::Display::Window);
-    ASSERT_OK(progress.Open());
-    ASSERT_OK(progress.SetRange(0, 10));
-    ASSERT_OK(progress.SetCaption("Read Security data..."));
-    ASSERT_OK(progress.SetLabel("Progress...."));
-    ASSERT_OK(progress.SetVisible(1));
-    ASSERT_OK(progress.Step());
-    QProgressDialog* dialog = nullptr;
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        dialog = dialog ? dialog : qobject_cast<QProgressDialog*>(widget);
-    ASSERT_NE(dialog, nullptr);
-    EXPECT_TRUE(dialog->isVisible());
-    EXPECT_EQ(dialog->windowTitle(), "Read Security data...");
-    EXPECT_EQ(dialog->labelText(), "Progress....");
-    EXPECT_EQ(dialog->maximum(), 10);
-    EXPECT_EQ(dialog->value(), 1);
-    bool cancelled = true;
-    ASSERT_OK(progress.IsCancelled(cancelled));
-    EXPECT_FALSE(cancelled);
-    dialog->cancel();
-    ASSERT_OK(progress.IsCancelled(cancelled));
-    EXPECT_TRUE(cancelled);
-    ASSERT_OK(progress.Close());
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        EXPECT_EQ(qobject_cast<QProgressDialog*>(widget), nullptr);
-}
-
-TEST(ProgressWindowTest, IsSilentOffscreenAndStopsAtItsRange)
-{
-    ProgressWindow progress;
-    ASSERT_OK(progress.Open());
-    ASSERT_OK(progress.SetRange(0, 2));
-    ASSERT_OK(progress.SetVisible(1));
-    for (int i = 0; i < 5; ++i)
-        ASSERT_OK(progress.Step());
-    EXPECT_EQ(progress.state().value, 2);
-    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+    const auto dialogShown = [] {
+        QProgressDialog* dialog = nullptr;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            dialog = dialog ? dialog : qobject_cast<QProgressDialog*>(widget);
+        return dialog;
+    };
+    for (const auto display : {ProgressWindow::Display::Window, ProgressWindow::Display::Automatic}) {
+        ProgressWindow progress(display);
+        ASSERT_OK(progress.Open());
+        ASSERT_OK(progress.SetRange(0, 2));
+        ASSERT_OK(progress.SetCaption("Read Security data..."));
+        ASSERT_OK(progress.SetVisible(1));
+        for (int i = 0; i < 5; ++i)
+            ASSERT_OK(progress.Step());
+        EXPECT_EQ(progress.state().value, 2);
+        QProgressDialog* dialog = dialogShown();
+        ASSERT_EQ(dialog != nullptr, display == ProgressWindow::Display::Window);
+        if (!dialog)
+            continue;
+        EXPECT_TRUE(dialog->isVisible());
+        EXPECT_EQ(dialog->windowTitle(), "Read Security data...");
+        EXPECT_EQ(dialog->value(), 2);
+        bool cancelled = true;
+        ASSERT_OK(progress.IsCancelled(cancelled));
+        EXPECT_FALSE(cancelled);
+        dialog->cancel();
+        ASSERT_OK(progress.IsCancelled(cancelled));
+        EXPECT_TRUE(cancelled);
+        ASSERT_OK(progress.Close());
+        EXPECT_EQ(dialogShown(), nullptr);
+    }
 }
 
 TEST(PatternTest, MatchesWithStarsCaseBlind)
@@ -268,6 +243,11 @@ TEST_F(SearchTest, FindsBySymbolOrName)
     EXPECT_EQ(search("XYZ", true), QStringList());
     EXPECT_EQ(m_progress,
               (QStringList{"Finding..... .", "Finding..... other", "Finding..... sub", "Finding..... sub/inner", ""}));
+
+    SecuritySearch missing;
+    EXPECT_FAILS_WITH(missing.Start("*", m_dir.filePath("missing")), ErrorCode::NotFound);
+    QString name;
+    EXPECT_FAILS_WITH(missing.GetName(name), ErrorCode::NoMoreData);
 }
 
 // A folder the process may not list (the test runs with any rights, so the file system says so).
@@ -307,14 +287,6 @@ TEST_F(SearchTest, LinkLoopsUnreadableAndDamagedFoldersNeitherHangNorStopTheSear
     ASSERT_EQ(search.problems().size(), 2) << qPrintable(search.problems().join(u'\n'));
     EXPECT_TRUE(search.problems()[0].contains("broken")) << qPrintable(search.problems()[0]);
     EXPECT_TRUE(search.problems()[1].endsWith("other: the folder cannot be read")) << qPrintable(search.problems()[1]);
-}
-
-TEST_F(SearchTest, MissingFolderFails)
-{
-    SecuritySearch search;
-    EXPECT_FAILS_WITH(search.Start("*", m_dir.filePath("missing")), ErrorCode::NotFound);
-    QString name;
-    EXPECT_FAILS_WITH(search.GetName(name), ErrorCode::NoMoreData);
 }
 
 } // namespace
