@@ -165,7 +165,8 @@ public:
         if (++writes < 2)
             return FileSystem::writeFile(path, bytes);
         (void)FileSystem::writeFile(path, bytes.left(10));
-        return store::Status::error(store::ErrorCode::Io, "Cannot create %1: Permission denied".arg(path));
+        return store::Status::error(store::ErrorCode::Io,
+                                    QStringLiteral("Cannot create %1: Permission denied").arg(path));
     }
 };
 

@@ -12,6 +12,7 @@
 namespace {
 
 using store_test::nameOf;
+using store_test::operator<<;
 
 struct NumberCase
 {
@@ -92,10 +93,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(FileNames, AreWrittenFromTheNameCutAndTheWholeSymbol)
 {
-    EXPECT_EQ(convert::csvFileName(QStringLiteral("ABCDE FGHIJKL"), QStringLiteral("XYZ.NS")),
-              QStringLiteral("ABCDE FGHI.XYZ.NS.csv"));
-    EXPECT_EQ(convert::csvFileName(QStringLiteral("Short"), QStringLiteral("zodIb.st")),
-              QStringLiteral("Short.ZODIB.ST.csv"));
+    EXPECT_EQ(convert::csvFileName("ABCDE FGHIJKL", "XYZ.NS"), "ABCDE FGHI.XYZ.NS.csv");
+    EXPECT_EQ(convert::csvFileName("Short", "zodIb.st"), "Short.ZODIB.ST.csv");
 }
 
 bool readText(const QByteArray& text,

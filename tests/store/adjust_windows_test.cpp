@@ -18,6 +18,7 @@
 namespace {
 
 using store_test::securitiesOf;
+using store_test::operator<<;
 using store_test::snapshot;
 
 QStringList namesIn(const QListWidget& list)

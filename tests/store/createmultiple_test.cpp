@@ -8,7 +8,6 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTreeWidget>
 
 #include <gtest/gtest.h>
@@ -79,32 +78,6 @@ TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
     window.Command3->click();
     EXPECT_EQ(context.prompter().messages().count("Securities are created."), 1);
     EXPECT_EQ(context.prompter().messages().size(), 5);
-}
-
-// 300 in one go pass the 255 of MASTER into XMASTER; the folder checks clean.
-TEST_F(CreateMultipleTest, ThreeHundredSecuritiesFillMasterAndGoOnInXmaster)
-{
-    QList<std::pair<QString, QString>> entries;
-    for (int i = 1; i <= 300; ++i)
-        entries.append({QStringLiteral("Security number %1").arg(i), QStringLiteral("S%1").arg(i)});
-    choose(entries);
-    // Each security reaches the medium on its own, which a memory file system makes cheap: where there
-    // is one, the test stays quick.
-    const QString shm = QStringLiteral("/dev/shm");
-    QTemporaryDir memory(QDir(shm).exists() ? shm + "/ticksmith-XXXXXX" : QDir::tempPath() + "/ticksmith-XXXXXX");
-    const QString missing = memory.filePath("new");
-    frmCreateMultiple window(context);
-    window.Text1->setText(missing);
-    context.prompter().answers = {true};
-    window.Command3->click();
-
-    const auto securities = securitiesOf(missing);
-    ASSERT_EQ(securities.size(), 300u);
-    EXPECT_EQ(securities[254].fileName, "F255.DAT");
-    EXPECT_EQ(securities[299].fileName, "F300.MWD");
-    EXPECT_EQ(securities[299].name, "Security number 300");
-    EXPECT_EQ(store_test::problemsOf(missing), QString());
-    EXPECT_EQ(context.prompter().messages(), QStringList{"Securities are created."});
 }
 
 // Nothing is written without a folder, or when the user does not want it created; an empty list in a

@@ -1,5 +1,4 @@
 #include "store/metastock/indexfiles.h"
-#include "store/metastockwriter.h"
 #include "store/windows/frmfinder.h"
 #include "storetest.h"
 #include "testcontext.h"
@@ -22,15 +21,8 @@ protected:
     // The data folder holds BHP and RIO, its subfolder "asx" BHX "Broken Hill Mining".
     void SetUp() override
     {
-        for (const auto& [folder, securities] : {std::pair{data, QStringList{"BHP", "BHP Group", "RIO", "Rio Tinto"}},
-                                                 std::pair{data + "/asx", QStringList{"BHX", "Broken Hill Mining"}}}) {
-            store::MetaStockWriter writer;
-            ASSERT_OK(writer.CreateFolder(folder));
-            ASSERT_OK(writer.OpenFolder(folder));
-            for (qsizetype i = 0; i < securities.size(); i += 2)
-                ASSERT_OK(writer.CreateSecurity(securities[i], securities[i + 1], store::Daily));
-            ASSERT_OK(writer.CloseFolder());
-        }
+        store_test::makeFolder(data, {{"BHP", "BHP Group"}, {"RIO", "Rio Tinto"}});
+        store_test::makeFolder(data + "/asx", {{"BHX", "Broken Hill Mining"}});
         context->onStatusText = [this](const QString& text) { statusTexts << text; };
     }
 

@@ -189,12 +189,7 @@ protected:
     void SetUp() override
     {
         writeFolder(m_dir.path());
-        const QString inner = m_dir.filePath("sub/inner");
-        MetaStockWriter writer;
-        ASSERT_OK(writer.CreateFolder(inner));
-        ASSERT_OK(writer.OpenFolder(inner));
-        ASSERT_OK(writer.CreateSecurity("ABD", "Abacus", 1));
-        ASSERT_OK(writer.CloseFolder());
+        store_test::makeFolder(m_dir.filePath("sub/inner"), {{"ABD", "Abacus"}});
         ASSERT_TRUE(QDir().mkpath(m_dir.filePath("other")));
     }
 

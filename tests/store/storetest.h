@@ -77,7 +77,12 @@ using testing_support::nameOf;
 // A test parameter with a `what` is shown in test lists by it rather than as a dump of its bytes; a test
 // file brings this in with `using store_test::operator<<;` beside its parameters.
 template<class Param>
-    requires requires(const Param& param) { std::string_view(param.what); }
+
+requires requires(const Param& param)
+{
+    std::string_view(param.what);
+}
+
 std::ostream& operator<<(std::ostream& out, const Param& param)
 {
     return out << param.what;
@@ -191,6 +196,15 @@ inline CliRun cli(const QStringList& arguments)
     run.out = process.readAllStandardOutput();
     run.err = process.readAllStandardError();
     return run;
+}
+
+// Bad arguments: exit status 2, a message on standard error and nothing on standard output.
+inline void expectRefused(const QStringList& arguments)
+{
+    const CliRun run = cli(arguments);
+    EXPECT_EQ(run.status, 2) << qPrintable(arguments.join(u' '));
+    EXPECT_FALSE(run.err.isEmpty());
+    EXPECT_TRUE(run.out.isEmpty());
 }
 
 } // namespace store_test
