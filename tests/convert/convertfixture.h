@@ -18,8 +18,17 @@ using FolderBars = QMap<QString, std::vector<store::PriceBar>>;
 inline FolderBars barsOf(const QString& folder)
 {
     FolderBars found;
-    for (const store::SecurityDescriptor& security : store_test::securitiesOf(folder))
-        found[security.symbol.toUpper()] = store_test::barsOf(folder, security.symbol);
+    store::MetaStockReader reader; // one for all: opening a folder reads its whole index
+    EXPECT_OK(reader.OpenFolder(folder));
+    store::SecurityDescriptor security;
+    qint32 more = 0;
+    while (reader.HasMoreSecurities(more).ok() && more > 0 && reader.NextSecurity().ok()
+           && reader.GetSecurity(security).ok()) {
+        EXPECT_OK(reader.SelectSecurity(security.symbol));
+        auto& bars = found[security.symbol.toUpper()];
+        while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok())
+            EXPECT_OK(reader.GetBar(bars.emplace_back()));
+    }
     return found;
 }
 
