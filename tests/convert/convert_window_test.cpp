@@ -19,7 +19,6 @@ TEST(ConvertWindow, AsksForBothFoldersBeforeAnything)
 {
     TestContext context;
     convert::frmConvert window(context);
-    EXPECT_EQ(window.windowTitle(), "Data Converter");
     context.prompter().folders = {"/chosen/source", QString()};
     window.Command6->click();
     window.Command7->click();
