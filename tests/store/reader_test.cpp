@@ -1,7 +1,6 @@
 // The reader, the progress display and the search, in the orders the windows call them.
 
 #include "store/metastockreader.h"
-#include "store/metastockwriter.h"
 #include "store/progresswindow.h"
 #include "store/securitysearch.h"
 #include "storetest.h"
@@ -16,91 +15,26 @@ namespace {
 
 using store::ErrorCode;
 using store::MetaStockReader;
-using store::MetaStockWriter;
 using store::ProgressWindow;
 using store::SecuritySearch;
 
-// ABC "Alpha" with 5 bars from 2021-03-01, and EMPTY "Nothing yet" created at 2021-06-01 without bars.
+// ABC "Alpha" with bars of 1 to 5 March 2021, and EMPTY "Nothing yet" without bars.
 void writeFolder(const QString& folder)
 {
-    MetaStockWriter writer;
-    ASSERT_OK(writer.CreateFolder(folder));
-    ASSERT_OK(writer.OpenFolder(folder));
-    ASSERT_OK(writer.CreateSecurity("ABC", "Alpha", store::Weekly));
-    for (int day = 1; day <= 5; ++day)
-        ASSERT_OK(writer.AddBar(20210300 + day, 0, day, day + 1, day - 0.5, day + 0.25, 100 * day, 0));
-    ASSERT_OK(writer.CreateSecurity("EMPTY", "Nothing yet", store::Daily));
-    ASSERT_OK(writer.AddBar(20210601, 0, 0, 0, 0, 0, 0, 0));
-    ASSERT_OK(writer.DeleteBar("20210601"));
-    ASSERT_OK(writer.CloseFolder());
+    store_test::makeFolder(
+        folder,
+        {{"ABC", "Alpha", {20210301, 20210302, 20210303, 20210304, 20210305}}, {"EMPTY", "Nothing yet"}});
 }
 
+// Listing and reading are checked through the data sheet, which calls the reader in the same order
+// (datasheet_test.cpp); here what the windows never ask.
 class ReaderTest : public ::testing::Test
 {
 protected:
     void SetUp() override { writeFolder(m_dir.path()); }
 
-    // As the data sheet reads a security: the index's first date, last date (date field 2) and
-    // periodicity, then the closes bar by bar.
-    std::vector<double> readBars(const QString& symbol)
-    {
-        std::vector<double> result;
-        MetaStockReader reader;
-        qint32 first = 0, last = 0, periodicity = 0;
-        EXPECT_OK(reader.OpenFolder(m_dir.path()));
-        EXPECT_OK(reader.SelectSecurity(symbol));
-        EXPECT_OK(reader.GetFirstDate(first));
-        EXPECT_OK(reader.GetPeriodicity(periodicity));
-        EXPECT_OK(reader.SetDateField(2));
-        EXPECT_OK(reader.GetFirstDate(last));
-        m_dates = {first, last, periodicity};
-        qint32 more = 0;
-        while (reader.HasMoreBars(more).ok() && more >= 1) {
-            EXPECT_OK(reader.ReadNextBar());
-            EXPECT_OK(reader.GetClose(result.emplace_back()));
-        }
-        EXPECT_OK(reader.CloseSecurity());
-        EXPECT_OK(reader.Close());
-        return result;
-    }
-
     QTemporaryDir m_dir;
-    std::vector<qint32> m_dates;
 };
-
-TEST_F(ReaderTest, ReadsBarsAndTheIndexDates)
-{
-    EXPECT_EQ(readBars("abc"), (std::vector<double>{1.25, 2.25, 3.25, 4.25, 5.25}));
-    EXPECT_EQ(m_dates, (std::vector<qint32>{20210301, 20210305, store::Weekly}));
-    // A security without bars reports its first date as first and last.
-    EXPECT_TRUE(readBars("EMPTY").empty());
-    EXPECT_EQ(m_dates, (std::vector<qint32>{20210601, 20210601, store::Daily}));
-}
-
-TEST_F(ReaderTest, ListsTheFolderAndKeepsTheLastSecurityAfterClose)
-{
-    // As the windows list a folder.
-    MetaStockReader reader;
-    ASSERT_OK(reader.OpenFolder(m_dir.path()));
-    QStringList rows;
-    qint32 more = 0;
-    while (reader.HasMoreSecurities(more).ok() && more >= 1) {
-        QString name, symbol, file;
-        qint32 last = 0;
-        ASSERT_OK(reader.NextSecurity());
-        ASSERT_OK(reader.GetName(name));
-        ASSERT_OK(reader.GetSymbol(symbol));
-        ASSERT_OK(reader.GetFileName(file));
-        ASSERT_OK(reader.GetLastDate(last));
-        rows << QStringLiteral("%1 %2 %3 %4").arg(name, symbol, file).arg(last);
-    }
-    EXPECT_EQ(rows, (QStringList{"Alpha ABC F1.DAT 20210305", "Nothing yet EMPTY F2.DAT 20210601"}));
-    EXPECT_FAILS_WITH(reader.NextSecurity(), ErrorCode::NoMoreData);
-    ASSERT_OK(reader.Close());
-    QString symbol;
-    ASSERT_OK(reader.GetSymbol(symbol));
-    EXPECT_EQ(symbol, "EMPTY");
-}
 
 TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
 {
@@ -120,6 +54,11 @@ TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
     EXPECT_EQ(number, 20210301);
     ASSERT_OK(reader.Close());
     ASSERT_OK(reader.CloseSecurity());
+    // Past the last security.
+    ASSERT_OK(reader.OpenFolder(m_dir.path()));
+    for (int i = 0; i < 2; ++i)
+        ASSERT_OK(reader.NextSecurity());
+    EXPECT_FAILS_WITH(reader.NextSecurity(), ErrorCode::NoMoreData);
 }
 
 // The data sheet's progress: a real window whose Cancel is seen, or silent offscreen; never past its range.

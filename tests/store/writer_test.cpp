@@ -126,21 +126,6 @@ TEST_F(WriterTest, WritesTheFormatByteForByte)
     EXPECT_EQ(problemsOf(m_folder), QString());
 }
 
-TEST_F(WriterTest, NewSecurityKeepsItsFirstDateWithoutBars)
-{
-    create("ABC", "Alpha", 20040315);
-    EXPECT_TRUE(closes().empty());
-    EXPECT_EQ(indexDates(), std::make_pair(20040315, 20040315));
-    EXPECT_EQ(problemsOf(m_folder), QString());
-
-    append({bar(20040316, 1), bar(20040317, 2)});
-    EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040317));
-    // Deleting every bar leaves the date of the newest one, so a download continues after it.
-    edit([](W& w) { ASSERT_OK(w.DeleteBarsBetween("20040101", "20041231")); });
-    EXPECT_EQ(indexDates(), std::make_pair(20040317, 20040317));
-    EXPECT_EQ(problemsOf(m_folder), QString());
-}
-
 TEST_F(WriterTest, KeepsBarsInDateOrderWithOneBarPerDate)
 {
     create("ABC", "Alpha", 20040105);
