@@ -339,6 +339,68 @@ TEST_F(WriterTest, SecondWriterFailsAndReadersSeeTheFolderBeforeOrAfter)
     ASSERT_OK(second.CloseFolder());
 }
 
+// A writer carries what it wrote into its next step without reading the folder again: a session of
+// many steps, into XMASTER and with renames and deletions, leaves the bytes of one session per step.
+TEST_F(WriterTest, ALongSessionWritesWhatSeparateSessionsWrite)
+{
+    const std::vector<std::function<void(W&)>> steps = {
+        [](W& w) { ASSERT_OK(w.CreateSecurity("KEEP", "A name longer than sixteen", 1)); },
+        [](W& w) { ASSERT_OK(w.DeleteSecurity("S3")); },
+        [](W& w) { ASSERT_OK(w.ChangeSecurity("S2", "Renamed", "S2B")); },
+        [](W& w) {
+            ASSERT_OK(w.SelectSecurity("S300"));
+            ASSERT_OK(w.AddBar(bar(20240105, 3)));
+        },
+        [](W& w) { ASSERT_OK(w.CreateSecurity("NEW", "Takes the free number", 1)); },
+    };
+    store_test::NoSyncFileSystem fs;
+    auto run = [&](const QString& folder, bool oneSession) {
+        std::vector<store_test::Security> securities;
+        for (int i = 1; i <= 300; ++i)
+            securities.push_back({QStringLiteral("S%1").arg(i), QStringLiteral("Security %1").arg(i), {20240102}});
+        store_test::makeFolder(folder, securities);
+        W writer(fs);
+        for (const auto& step : steps) {
+            if (!oneSession || &step == &steps.front())
+                ASSERT_OK(writer.OpenFolder(folder));
+            step(writer);
+            ASSERT_OK(writer.CloseSecurity());
+            ASSERT_OK(writer.Commit());
+            if (!oneSession)
+                ASSERT_OK(writer.CloseFolder());
+        }
+        if (oneSession)
+            ASSERT_OK(writer.CloseFolder());
+    };
+    run(m_root.filePath("one"), true);
+    run(m_root.filePath("many"), false);
+    EXPECT_EQ(snapshot(m_root.filePath("one")), snapshot(m_root.filePath("many")));
+    EXPECT_EQ(problemsOf(m_root.filePath("one")), QString());
+}
+
+// A program that does not know the lock may replace the index between two securities of a long
+// session; the writer works from what it finds then and keeps the other program's security.
+TEST_F(WriterTest, ALongSessionSeesIndexFilesReplacedBetweenSecurities)
+{
+    const QString other = m_root.filePath("other");
+    store_test::makeFolder(m_folder, {{"ABC", "Alpha", {20240102}}});
+    store_test::makeFolder(other, {{"ABC", "Alpha", {20240102}}, {"DEF", "Delta", {20240103}}});
+    W writer;
+    ASSERT_OK(writer.OpenFolder(m_folder));
+    ASSERT_OK(writer.SelectSecurity("ABC"));
+    ASSERT_OK(writer.CloseSecurity());
+    for (const char* name : {"MASTER", "EMASTER", "F2.DAT"})
+        store_test::writeFile(QDir(m_folder).filePath(name), store_test::readFile(QDir(other).filePath(name)));
+    ASSERT_OK(writer.SelectSecurity("DEF"));
+    ASSERT_OK(writer.AddBar(bar(20240104, 4)));
+    ASSERT_OK(writer.CloseSecurity());
+    ASSERT_OK(writer.CreateSecurity("GHI", "Gamma", 1));
+    ASSERT_OK(writer.CloseFolder());
+    EXPECT_EQ(store_test::barDatesOf(m_folder, "DEF"), (std::vector<qint32>{20240103, 20240104}));
+    EXPECT_EQ(store_test::securitiesOf(m_folder).size(), 3u);
+    EXPECT_EQ(problemsOf(m_folder), QString());
+}
+
 // Long names go to EMASTER below 256 securities and to XMASTER beyond; the 256th security is the first
 // F*.MWD file; the folder passes validation at each size.
 TEST_F(WriterTest, GrowsIntoXmaster)
