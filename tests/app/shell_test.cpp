@@ -43,55 +43,12 @@ void writeTips(TestContext& context, const QByteArray& content)
     file.write(content);
 }
 
-TEST(MainWindowTest, MenuTreeAndToolbar)
+// The recent list and Exit keep their places in the File menu, and the toolbar's buttons keep the positions
+// their handler numbers them by.
+TEST(MainWindowTest, MenuAndToolbarLayout)
 {
     TestContext context;
     app::frmMain window(context);
-
-    const struct
-    {
-        const char* name;
-        const char* caption;
-        const char* shortcut;
-    } items[] = {{"mnuFile", "&File   ", ""},
-                 {"mnuNew", "&New", ""},
-                 {"mnuCreateNew", "Create Security", "Ctrl+N"},
-                 {"mnuCreateMultiple", "Create Multiple Securities", ""},
-                 {"mnuOpen", "&Open", "Ctrl+O"},
-                 {"mnuOpenChart", "Open Chart", ""},
-                 {"mnuClose", "&Close", "Ctrl+W"},
-                 {"mnuCloseAll", "Close All", ""},
-                 {"mnuExit", "&Exit", "Ctrl+Q"},
-                 {"mnuTools", "&Tools    ", ""},
-                 {"mnuDownload", "&Download", "F5"},
-                 {"mnuAdjust", "Adjust", ""},
-                 {"mnuSecurity", "Security", ""},
-                 {"mnuData", "Data", ""},
-                 {"mnuConvert", "&Convert", "F6"},
-                 {"mnuTest", "&Test Data", "F4"},
-                 {"mnuSecFinder", "Security &Finder", ""},
-                 {"mnuSymbolBrowser", "Symbol &Lookup", ""},
-                 {"mnuSettings", "Settings", ""},
-                 {"mnuWindow", "&Window    ", ""},
-                 {"mnuArrangeHori", "Arrange Horizontal", ""},
-                 {"mnuCascade", "Arrange Cascade", ""},
-                 {"mnuHelp", "&Help", ""},
-                 {"mnuContents", "Contents", "F1"},
-                 {"mnuTip", "Tip of the day", ""},
-                 {"mnuLookUp", "Yahoo Symbol Lookup", ""},
-                 {"mnuUpdates", "Browse For Updates", ""},
-                 {"mnuAbout", "&About", ""}};
-
-    for (const auto& item : items) {
-        if (auto* menu = window.findChild<QMenu*>(item.name)) {
-            EXPECT_EQ(menu->title(), item.caption);
-        } else if (auto* action = window.findChild<QAction*>(item.name)) {
-            EXPECT_EQ(action->text(), item.caption);
-            EXPECT_EQ(action->shortcut(), QKeySequence(item.shortcut)) << item.name;
-        } else {
-            ADD_FAILURE() << "no menu item " << item.name;
-        }
-    }
     EXPECT_FALSE(window.mnuRecent->isVisible());
     EXPECT_FALSE(window.mnub5->isVisible());
     EXPECT_FALSE(window.mnuTest->isVisible());
@@ -409,21 +366,16 @@ TEST(MainWindowTest, ChartsOpenFromOpenChart)
     EXPECT_EQ(window.recentItems().size(), 1);
 }
 
-TEST(TipTest, MissingFileShowsHowToMakeOne)
+// Without a file the window says how to make one; an empty file keeps the design text. Tips start on.
+TEST(TipTest, MissingOrEmptyFile)
 {
     TestContext context;
-    app::frmTip tip(context);
-    ASSERT_TRUE(tip.Form_Load());
-    EXPECT_TRUE(tip.chkLoadTipsAtStartup->isChecked());
-    EXPECT_EQ(
-        tip.lblTipText->text(),
-        QStringLiteral("That the TIP.TXT file was not found? \r\n\r\nCreate a text file named TIP.TXT using NotePad "
-                       "with 1 tip per line. Then place it in the same directory as the application. "));
-}
-
-TEST(TipTest, EmptyFileKeepsTheDesignText)
-{
-    TestContext context;
+    {
+        app::frmTip tip(context);
+        ASSERT_TRUE(tip.Form_Load());
+        EXPECT_TRUE(tip.chkLoadTipsAtStartup->isChecked());
+        EXPECT_TRUE(tip.lblTipText->text().contains("Create a text file named TIP.TXT"));
+    }
     writeTips(context, "");
     app::frmTip tip(context);
     const QString design = tip.lblTipText->text();

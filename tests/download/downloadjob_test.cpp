@@ -4,6 +4,7 @@
 
 #include "download/selection.h"
 #include "downloadfixture.h"
+#include "paramnames.h"
 #include "tests/store/storetest.h"
 
 namespace {
@@ -12,6 +13,7 @@ using namespace download_test;
 using download::DownloadJob;
 using download::DownloadOptions;
 using download::JobOutcome;
+using testing_support::PrintTo;
 
 const QDate Friday(2024, 6, 14), Saturday(2024, 6, 15), Sunday(2024, 6, 16), Monday(2024, 6, 17);
 
@@ -93,7 +95,7 @@ TEST_F(DownloadJobTest, DataCorrectionReplacesBarsFromItsDateWithoutDuplicates)
 
 struct CurrentQuoteCase
 {
-    const char* name;
+    const char* what;
     bool historyServed;
     QByteArray quote;
     bool todaysBarFromQuote;
@@ -140,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Quotes,
                                          CurrentQuoteCase{"validWithoutHistory", false, ValidQuote, true, "OK"},
                                          CurrentQuoteCase{"shortReply", true, "\"IBM\",90.44\n", false, "OK"},
                                          CurrentQuoteCase{"shortReplyNoHistory", false, "\"IBM\"\n", false, "No Data"}),
-                         [](const auto& param) { return std::string(param.param.name); });
+                         testing_support::nameOf<CurrentQuoteCase>);
 
 TEST_F(DownloadJobTest, RowsDatedAfterTodayAreLeftOutAndSaidSoSoTheSecurityIsNotFrozen)
 {
@@ -372,6 +374,11 @@ struct StartCase
     QDate today;
     QDate start;
 };
+
+void PrintTo(const StartCase& c, std::ostream* out)
+{
+    *out << qPrintable(c.last.toString(Qt::ISODate)) << " on " << qPrintable(c.today.toString(Qt::ISODate));
+}
 
 class StartDateTest : public testing::TestWithParam<StartCase>
 {};

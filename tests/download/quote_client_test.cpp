@@ -4,6 +4,7 @@
 #include "download/clsdailyquotes.h"
 #include "download/clsstockquote.h"
 #include "download/httpchannel.h"
+#include "paramnames.h"
 #include "quoteserver.h"
 #include "testcontext.h"
 
@@ -20,6 +21,8 @@ using download::HttpChannel;
 using download::HttpLimits;
 using download::QuoteService;
 using download::TransferReply;
+using testing_support::nameOf;
+using testing_support::PrintTo;
 using testing_support::QuoteServer;
 using Misbehaviour = QuoteServer::Misbehaviour;
 
@@ -44,6 +47,7 @@ public:
 
 struct StockQuoteCase
 {
+    const char* what;
     const char* body;
     QLocale locale;
     const char* fields; // joined with '|'; empty when the reply is refused
@@ -65,17 +69,19 @@ INSTANTIATE_TEST_SUITE_P(
     Replies,
     StockQuoteParsingTest,
     testing::Values(
-        StockQuoteCase{"\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,90.5,1500\n",
+        StockQuoteCase{"Quoted",
+                       "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,90.5,1500\n",
                        English,
                        "IBM|90.44|3/31/2005|4:01pm|-0.51|-0.56%|90.95|91.2|90.1|N/A|90.5|1,500"},
-        StockQuoteCase{"", English, ""},
-        StockQuoteCase{"\"IBM\",90.44,a,b,c,d,e,f,g,h,i\n", English, ""}, // eleven fields
-        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,1500000\r\n", English, "X|1|2|3|4|5|6|7|8|9|10|1,500,000"},
-        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,1500000\n", German, "X|1|2|3|4|5|6|7|8|9|10|1.500.000"},
-        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,1500", QLocale::c(), "X|1|2|3|4|5|6|7|8|9|10|1,500"},
-        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,N/A", English, "X|1|2|3|4|5|6|7|8|9|10|N/A"},
+        StockQuoteCase{"Empty", "", English, ""},
+        StockQuoteCase{"ElevenFields", "\"IBM\",90.44,a,b,c,d,e,f,g,h,i\n", English, ""},
+        StockQuoteCase{"CrLf", "X,1,2,3,4,5,6,7,8,9,10,1500000\r\n", English, "X|1|2|3|4|5|6|7|8|9|10|1,500,000"},
+        StockQuoteCase{"German", "X,1,2,3,4,5,6,7,8,9,10,1500000\n", German, "X|1|2|3|4|5|6|7|8|9|10|1.500.000"},
+        StockQuoteCase{"NoLineEnd", "X,1,2,3,4,5,6,7,8,9,10,1500", QLocale::c(), "X|1|2|3|4|5|6|7|8|9|10|1,500"},
+        StockQuoteCase{"VolumeNA", "X,1,2,3,4,5,6,7,8,9,10,N/A", English, "X|1|2|3|4|5|6|7|8|9|10|N/A"},
         // A volume that is not a number is kept as it stands, line end included.
-        StockQuoteCase{"X,1,2,3,4,5,6,7,8,9,10,\"N/A\"\n", English, "X|1|2|3|4|5|6|7|8|9|10|N/A\n"}));
+        StockQuoteCase{"QuotedVolume", "X,1,2,3,4,5,6,7,8,9,10,\"N/A\"\n", English, "X|1|2|3|4|5|6|7|8|9|10|N/A\n"}),
+    nameOf<StockQuoteCase>);
 
 TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
 {
@@ -127,7 +133,7 @@ QByteArray withRow(const QByteArray& row)
 
 struct HistoryCase
 {
-    const char* name;
+    const char* what;
     QByteArray body;
     bool ok;
     qsizetype rows;
@@ -178,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
         HistoryCase{"NonNumericPrice", withRow("2005-03-31,1,2,abc,4,5,6\n"), false, 0},
         HistoryCase{"InfinitePrice", withRow("2005-03-31,1,2,3,inf,5,6\n"), false, 0},
         HistoryCase{"VolumeBeyond32Bits", withRow("2005-03-31,1,2,3,4,2147483648,6\n"), false, 0}),
-    [](const testing::TestParamInfo<HistoryCase>& param) { return param.param.name; });
+    nameOf<HistoryCase>);
 
 TEST(DailyQuotesParsingTest, ReadsNumbersWithAPointWhateverTheDefaultLocale)
 {
@@ -193,7 +199,7 @@ TEST(DailyQuotesParsingTest, ReadsNumbersWithAPointWhateverTheDefaultLocale)
 
 struct MisbehaviourCase
 {
-    const char* name;
+    const char* what;
     Misbehaviour misbehaviour;
     const char* reason; // a piece of the failure text
     bool timesOut = false;
@@ -245,7 +251,7 @@ INSTANTIATE_TEST_SUITE_P(
         // A body beyond the limit, with its length announced and as a stream that never ends.
         MisbehaviourCase{"TooLong", Misbehaviour::None, "more than 1000 bytes", false, false, 1000},
         MisbehaviourCase{"EndlessBody", Misbehaviour::EndlessBody, "more than 1000 bytes", false, true, 1000}),
-    [](const testing::TestParamInfo<MisbehaviourCase>& param) { return param.param.name; });
+    nameOf<MisbehaviourCase>);
 
 TEST(ServiceAddressTest, ComeFromTheSettingsUnlessAVariableOverrides)
 {
