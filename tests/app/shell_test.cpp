@@ -277,37 +277,46 @@ TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
     EXPECT_EQ(context.openedUrls[2], QUrl("https://finance.yahoo.com/lookup"));
 }
 
-// File, Open and toolbar button 3 open Open Security in data-sheet mode; each opening adds a recent item,
-// and an item opens the data sheet of its security again. Copy to Clipboard takes the selected rows of
-// the active data sheet, and nothing while another kind of window is active.
-// A folder with the security Alpha ("ALP", three bars) becomes the current folder.
-static void useFolderWithAlpha(TestContext& context)
+// A main window over a folder with the security Alpha ("ALP", three bars), the current folder.
+class OpenSecurityTest : public ::testing::Test
 {
-    const QString folder = context.makeFolder("data");
-    store::MetaStockWriter writer;
-    ASSERT_TRUE(writer.OpenFolder(folder).ok() && writer.CreateSecurity("ALP", "Alpha", 1).ok());
-    for (qint32 day : {20050103, 20050104, 20050105})
-        ASSERT_TRUE(writer.AddBar(day, 0, 1, 2, 0.5, 1.5, 100, 0).ok());
-    ASSERT_TRUE(writer.CloseFolder().ok());
-    context->state.currentFolder = folder;
-}
+protected:
+    void SetUp() override
+    {
+        context->state.currentFolder = context.makeFolder("data");
+        store::MetaStockWriter writer;
+        ASSERT_TRUE(writer.OpenFolder(context->state.currentFolder).ok()
+                    && writer.CreateSecurity("ALP", "Alpha", 1).ok());
+        for (qint32 day : {20050103, 20050104, 20050105})
+            ASSERT_TRUE(writer.AddBar(day, 0, 1, 2, 0.5, 1.5, 100, 0).ok());
+        ASSERT_TRUE(writer.CloseFolder().ok());
+        window.show();
+    }
 
-TEST(MainWindowTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRowsCopy)
-{
-    TestContext context;
-    useFolderWithAlpha(context);
-    context.clipboard().content = "kept";
-    app::frmMain window(context);
-    window.show();
-    for (int i = 0; i < 2; ++i) {
-        context.modalDrivers.push_back([](QDialog& dialog) {
+    // The next Open Security window, expected in the mode given, chooses Alpha.
+    void chooseAlpha(int chartMode)
+    {
+        context.modalDrivers.push_back([chartMode](QDialog& dialog) {
             auto& open = dynamic_cast<store::frmOpen&>(dialog);
-            EXPECT_EQ(open.chartMode, 0);
+            EXPECT_EQ(open.chartMode, chartMode);
             open.Text2->setText("Alpha");
             open.Command2->click();
             return open.result();
         });
     }
+
+    TestContext context;
+    app::frmMain window{context};
+};
+
+// File, Open and toolbar button 3 open Open Security in data-sheet mode; each opening adds a recent item,
+// and an item opens the data sheet of its security again. Copy to Clipboard takes the selected rows of
+// the active data sheet, and nothing while another kind of window is active.
+TEST_F(OpenSecurityTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRowsCopy)
+{
+    context.clipboard().content = "kept";
+    chooseAlpha(0);
+    chooseAlpha(0);
     window.mnuOpen->trigger();
     window.Toolbar1_ButtonClick(3);
     const auto items = window.recentItems();
@@ -342,19 +351,9 @@ TEST(MainWindowTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRowsCopy
 
 // File, Open Chart opens Open Security in chart mode, and the security chosen there opens as a chart with
 // its bars in the main window's area.
-TEST(MainWindowTest, ChartsOpenFromOpenChart)
+TEST_F(OpenSecurityTest, ChartsOpenFromOpenChart)
 {
-    TestContext context;
-    useFolderWithAlpha(context);
-    app::frmMain window(context);
-    window.show();
-    context.modalDrivers.push_back([](QDialog& dialog) {
-        auto& open = dynamic_cast<store::frmOpen&>(dialog);
-        EXPECT_EQ(open.chartMode, 1);
-        open.Text2->setText("Alpha");
-        open.Command2->click();
-        return open.result();
-    });
+    chooseAlpha(1);
     window.mnuOpenChart->trigger();
     EXPECT_EQ(context.modalsShown, QStringList{"frmOpen"});
     const auto windows = window.mdiArea()->subWindowList();
@@ -366,7 +365,6 @@ TEST(MainWindowTest, ChartsOpenFromOpenChart)
     EXPECT_EQ(window.recentItems().size(), 1);
 }
 
-// Without a file the window says how to make one; an empty file keeps the design text. Tips start on.
 TEST(TipTest, MissingOrEmptyFile)
 {
     TestContext context;

@@ -34,14 +34,6 @@ QStringList column(const QTreeWidget* list, int position)
     return texts;
 }
 
-QList<bool> ticks(const QTreeWidget* list)
-{
-    QList<bool> ticked;
-    for (int i = 0; i < list->topLevelItemCount(); ++i)
-        ticked.append(list->topLevelItem(i)->checkState(0) == Qt::Checked);
-    return ticked;
-}
-
 void tick(QTreeWidget* list, int row, bool on = true)
 {
     list->topLevelItem(row)->setCheckState(0, on ? Qt::Checked : Qt::Unchecked);
@@ -87,6 +79,9 @@ protected:
             auto& results = static_cast<frmDownloadResults&>(dialog);
             shownSymbols = column(results.ListView1, 0);
             shownResults = column(results.ListView1, 1);
+            shownTips.clear();
+            for (int i = 0; i < results.ListView1->topLevelItemCount(); ++i)
+                shownTips.append(results.ListView1->topLevelItem(i)->toolTip(1));
             summary = results.Label1->text();
             results.Command1->click();
             return results.result();
@@ -100,6 +95,7 @@ protected:
     QStringList counters;
     QStringList shownSymbols; // what the results window showed
     QStringList shownResults;
+    QStringList shownTips;
     QString summary;
 };
 
@@ -118,7 +114,8 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_EQ(column(window.ListView1, 0), (QStringList{folder, "IBM Corp", "MSFT Corp"}));
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT"}));
     EXPECT_EQ(column(window.ListView1, 2), (QStringList{"", "6/5/2024", "6/14/2024"}));
-    EXPECT_EQ(ticks(window.ListView1), (QList<bool>{true, true, false})) << "today's security stays unticked";
+    EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
+    EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
     EXPECT_EQ(window.Label1->text(), QStringLiteral("1 Securities Selected."));
     tick(window.ListView2, 1);
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
@@ -307,18 +304,10 @@ TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
     context->state.downloadList = {
         *download::makeDownloadItem(QStringLiteral("IBM"), 20240603, 20240605, folder, Friday),
         *download::makeDownloadItem(QStringLiteral("MSFT"), 20240603, 20240605, folder, Friday)};
-    QString tip;
-    driveProgressAndResults();
-    context.modalDrivers.back() = [&](QDialog& dialog) {
-        auto& results = static_cast<frmDownloadResults&>(dialog);
-        shownResults = column(results.ListView1, 1);
-        tip = results.ListView1->topLevelItem(1)->toolTip(1);
-        return QDialog::Accepted;
-    };
-    frmDownloadProgress progress(context);
-    context->runModal(progress);
+    runProgress();
     EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
-    EXPECT_TRUE(tip.contains(QStringLiteral("EODHD refused the API key"))) << tip.toStdString();
+    EXPECT_TRUE(shownTips.value(1).contains(QStringLiteral("EODHD refused the API key")))
+        << shownTips.value(1).toStdString();
     EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 5);
     EXPECT_DOUBLE_EQ(barsOf(folder, QStringLiteral("IBM")).last().close, 12.0);
     EXPECT_TRUE(historySymbols(server).isEmpty()); // the specified service was not asked
