@@ -244,9 +244,6 @@ INSTANTIATE_TEST_SUITE_P(
         MisbehaviourCase{"CutShort", Misbehaviour::CutShort, "could not be read"},
         MisbehaviourCase{"Slow", Misbehaviour::Slow, "within 1 s", true},
         MisbehaviourCase{"NoReply", Misbehaviour::NoReply, "within 1 s", true},
-        // A quote is one line, so its line end does not matter.
-        MisbehaviourCase{"CrlfLineEnds", Misbehaviour::CrlfLineEnds, "not a usable number", false, false},
-        MisbehaviourCase{"HeaderOnly", Misbehaviour::HeaderOnly, "no data rows"},
         MisbehaviourCase{"RedirectLoop", Misbehaviour::RedirectLoop, "could not be read"},
         // A body beyond the limit, with its length announced and as a stream that never ends.
         MisbehaviourCase{"TooLong", Misbehaviour::None, "more than 1000 bytes", false, false, 1000},
