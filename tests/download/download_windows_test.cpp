@@ -88,7 +88,7 @@ protected:
         });
     }
 
-    QString folderB = context.makeFolder(QStringLiteral("b"));
+    QString folderB = context.makeFolder("b");
     std::function<void(frmDownloadProgress&)> onProgress = [](frmDownloadProgress&) {};
     QString caption;
     QString progressLabel;
@@ -101,12 +101,12 @@ protected:
 
 TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(QStringLiteral("MSFT"), Friday);
-    addServed(QStringLiteral("VOD"), QDate(2024, 6, 10), folderB);
+    addServed("IBM", QDate(2024, 6, 5));
+    addServed("MSFT", Friday);
+    addServed("VOD", QDate(2024, 6, 10), folderB);
     frmDownload window(context);
     window.Timer1_Timer();
-    EXPECT_EQ(context->state.statusText, QStringLiteral("Download Listing."));
+    EXPECT_EQ(context->state.statusText, "Download Listing.");
     addFolder(window, folder);
     addFolder(window, folderB);
 
@@ -116,10 +116,10 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_EQ(column(window.ListView1, 2), (QStringList{"", "6/5/2024", "6/14/2024"}));
     EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
     EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
-    EXPECT_EQ(window.Label1->text(), QStringLiteral("1 Securities Selected."));
+    EXPECT_EQ(window.Label1->text(), "1 Securities Selected.");
     tick(window.ListView2, 1);
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
-    EXPECT_EQ(window.Label1->text(), QStringLiteral("2 Securities Selected."));
+    EXPECT_EQ(window.Label1->text(), "2 Securities Selected.");
     tick(window.ListView1, 0, false); // a header's tick does not count
     window.Check2->setChecked(true);
     window.DTPicker1->setDate(QDate(2024, 6, 1));
@@ -131,29 +131,29 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_FALSE(context->state.downloadCurrentQuote);
     EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
-    expectBars(barsOf(folderB, QStringLiteral("VOD")), server.symbol(QStringLiteral("VOD")).history);
-    EXPECT_EQ(caption, QStringLiteral("Download Completed. / "));
-    EXPECT_EQ(context->state.statusText, QStringLiteral("Download Progress."));
+    expectBars(barsOf(folderB, "VOD"), server.symbol("VOD").history);
+    EXPECT_EQ(caption, "Download Completed. / ");
+    EXPECT_EQ(context->state.statusText, "Download Progress.");
     EXPECT_EQ(shownSymbols, (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(shownResults, (QStringList{"OK", "OK"}));
-    EXPECT_EQ(summary, QStringLiteral("Completed : 2    |    Upto Date : 0    |    No Data : 0"));
+    EXPECT_EQ(summary, "Completed : 2    |    Upto Date : 0    |    No Data : 0");
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
 TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(QStringLiteral("VOD"), QDate(2024, 6, 10), folderB);
+    addServed("IBM", QDate(2024, 6, 5));
+    addServed("VOD", QDate(2024, 6, 10), folderB);
     frmDownload window(context);
     window.Timer1_Timer();
-    context.prompter().folders = {QStringLiteral("C:\\"), QString()};
+    context.prompter().folders = {"C:\\", QString()};
     window.Command1->click();
     window.Command1->click();
-    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "a drive root loses its backslash; a cancel keeps it";
+    EXPECT_EQ(window.Text1->text(), "C:") << "a drive root loses its backslash; a cancel keeps it";
     context.prompter().prompts.clear();
     addFolder(window, folder);
-    addFolder(window, QStringLiteral("  ") + folderB + QStringLiteral(" "));
-    addFolder(window, folder + QStringLiteral(" "));
+    addFolder(window, "  " + folderB + " ");
+    addFolder(window, folder + " ");
     EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
     EXPECT_EQ(column(window.ListView2, 0), (QStringList{folder, folderB}));
 
@@ -163,7 +163,7 @@ TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
     EXPECT_EQ(column(window.ListView1, 0), (QStringList{folderB, "VOD Corp"}));
 
     tick(window.ListView1, 1, false);
-    EXPECT_EQ(window.Label1->text(), QStringLiteral("No Securities Selected."));
+    EXPECT_EQ(window.Label1->text(), "No Securities Selected.");
     window.Command4->click();
     EXPECT_EQ(context.prompter().messages(), (QStringList{"Already Exists.", "No Securities Selected."}));
     EXPECT_TRUE(context.modalsShown.isEmpty());
@@ -229,12 +229,12 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     runProgress();
 
     EXPECT_EQ(historySymbols(server), (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(caption, QStringLiteral("3 of 10 Completed. / "));
+    EXPECT_EQ(caption, "3 of 10 Completed. / ");
     EXPECT_EQ(context->state.statusText, caption);
     EXPECT_EQ(counters, (QStringList{"2", "0", "0"})) << "the counters show the state before the third";
     EXPECT_EQ(shownSymbols, (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(summary, QStringLiteral("Completed : 3    |    Upto Date : 0    |    No Data : 0"));
-    EXPECT_EQ(barsOf(folder, QStringLiteral("S4")).size(), 36);
+    EXPECT_EQ(summary, "Completed : 3    |    Upto Date : 0    |    No Data : 0");
+    EXPECT_EQ(barsOf(folder, "S4").size(), 36);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways,
@@ -245,21 +245,19 @@ INSTANTIATE_TEST_SUITE_P(Ways,
 
 TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    const context::DownloadItem gone{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folder + "/missing"};
-    const context::DownloadItem ibm =
-        *download::makeDownloadItem(QStringLiteral("IBM"), 20240501, 20240605, folder, Friday);
+    addServed("IBM", QDate(2024, 6, 5));
+    const context::DownloadItem gone{"GONE", {}, "2024-06-01", folder + "/missing"};
+    const context::DownloadItem ibm = *download::makeDownloadItem("IBM", 20240501, 20240605, folder, Friday);
     context->state.downloadList = {gone};
     runProgress();
-    EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Stopped: GONE: "))) << progressLabel.toStdString();
-    EXPECT_EQ(caption, QStringLiteral("Download Progress"));
+    EXPECT_TRUE(progressLabel.startsWith("Stopped: GONE: ")) << progressLabel.toStdString();
+    EXPECT_EQ(caption, "Download Progress");
     EXPECT_TRUE(shownSymbols.isEmpty());
 
     // Once a security has been written the job carries on past the missing folder, and says so.
     context->state.downloadList = {ibm, gone};
     runProgress();
-    EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Not all quotes were written: GONE: ")))
-        << progressLabel.toStdString();
+    EXPECT_TRUE(progressLabel.startsWith("Not all quotes were written: GONE: ")) << progressLabel.toStdString();
     EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
@@ -270,14 +268,13 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
     EXPECT_EQ(shownResults, QStringList{"No Data"});
     EXPECT_EQ(server.requests().size(), requests);
     ASSERT_EQ(context.prompter().messages().size(), 1);
-    EXPECT_TRUE(context.prompter().messages()[0].contains(QStringLiteral("not configured")));
+    EXPECT_TRUE(context.prompter().messages()[0].contains("not configured"));
 }
 
 TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItself)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    context->state.downloadList = {
-        *download::makeDownloadItem(QStringLiteral("IBM"), 20240501, 20240605, folder, Friday)};
+    addServed("IBM", QDate(2024, 6, 5));
+    context->state.downloadList = {*download::makeDownloadItem("IBM", 20240501, 20240605, folder, Friday)};
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.exec(); });
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.result(); });
     frmDownloadProgress progress(context);
@@ -289,36 +286,31 @@ TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItse
 // The source chosen in Settings is the one asked; what it refused is said in the result's tip.
 TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
 {
-    context->settings->setValue(QStringLiteral("Sources/Source"), QStringLiteral("eodhd"));
-    context->settings->setValue(QStringLiteral("Sources/eodhdKey"), QStringLiteral("k"));
-    context->settings->setValue(QStringLiteral("Sources/eodhdUrl"), server.url());
-    server.canned[QStringLiteral("/api/eod/IBM.US")] = {{"200 OK",
-                                                         "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-06-06,"
-                                                         "10,12,9,11,11,500\n2024-06-07,11,13,10,12,12,600\n",
-                                                         "text/csv",
-                                                         {}}};
-    server.canned[QStringLiteral("/api/eod/MSFT.US")] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
+    context->settings->setValue("Sources/Source", "eodhd");
+    context->settings->setValue("Sources/eodhdKey", "k");
+    context->settings->setValue("Sources/eodhdUrl", server.url());
+    server.canned["/api/eod/IBM.US"] = {{"200 OK",
+                                         "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-06-06,"
+                                         "10,12,9,11,11,500\n2024-06-07,11,13,10,12,12,600\n",
+                                         "text/csv",
+                                         {}}};
+    server.canned["/api/eod/MSFT.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
     const QList<HistoryRow> held = everyDay({2024, 6, 3}, {2024, 6, 5});
-    addSecurity(folder, QStringLiteral("IBM"), held);
-    addSecurity(folder, QStringLiteral("MSFT"), held);
-    context->state.downloadList = {
-        *download::makeDownloadItem(QStringLiteral("IBM"), 20240603, 20240605, folder, Friday),
-        *download::makeDownloadItem(QStringLiteral("MSFT"), 20240603, 20240605, folder, Friday)};
+    addSecurity(folder, "IBM", held);
+    addSecurity(folder, "MSFT", held);
+    context->state.downloadList = {*download::makeDownloadItem("IBM", 20240603, 20240605, folder, Friday),
+                                   *download::makeDownloadItem("MSFT", 20240603, 20240605, folder, Friday)};
     runProgress();
     EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
-    EXPECT_TRUE(shownTips.value(1).contains(QStringLiteral("EODHD refused the API key")))
-        << shownTips.value(1).toStdString();
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 5);
-    EXPECT_DOUBLE_EQ(barsOf(folder, QStringLiteral("IBM")).last().close, 12.0);
+    EXPECT_TRUE(shownTips.value(1).contains("EODHD refused the API key")) << shownTips.value(1).toStdString();
+    EXPECT_EQ(barsOf(folder, "IBM").size(), 5);
+    EXPECT_DOUBLE_EQ(barsOf(folder, "IBM").last().close, 12.0);
     EXPECT_TRUE(historySymbols(server).isEmpty()); // the specified service was not asked
 }
 
 TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
 {
-    context->state.downloadResults = {{QStringLiteral("A"), QStringLiteral("OK")},
-                                      {QStringLiteral("B"), QStringLiteral("No Data  ")},
-                                      {QStringLiteral("C"), QStringLiteral("Up to date")},
-                                      {QStringLiteral("D"), QStringLiteral("No Connection")}};
+    context->state.downloadResults = {{"A", "OK"}, {"B", "No Data  "}, {"C", "Up to date"}, {"D", "No Connection"}};
     frmDownloadResults results(context);
     results.Form_Load(); // a second load lists the rows once
     EXPECT_EQ(column(results.ListView1, 1), (QStringList{"OK", "No Data  ", "Up to date", "No Connection"}));
@@ -326,7 +318,7 @@ TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
     for (int i = 0; i < results.ListView1->topLevelItemCount(); ++i)
         images.append(results.ListView1->topLevelItem(i)->data(0, frmDownloadResults::ImageRole).toInt());
     EXPECT_EQ(images, (QList<int>{1, 2, 1, 1}));
-    EXPECT_EQ(results.Label1->text(), QStringLiteral("Completed : 2    |    Upto Date : 1    |    No Data : 1"));
+    EXPECT_EQ(results.Label1->text(), "Completed : 2    |    Upto Date : 1    |    No Data : 1");
 }
 
 } // namespace

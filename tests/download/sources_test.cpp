@@ -81,7 +81,7 @@ TEST_P(HistoryReplyTest, ReadsTheRowsOrSaysWhatTheProviderAnswered)
     }
     QString outcome = QStringLiteral("%1 %2: %3").arg(parse.rows.size()).arg(parse.symbol, barText(parse.rows.first()));
     if (parse.rows.size() > 1)
-        outcome += QStringLiteral(" / ") + barText(parse.rows.last());
+        outcome += " / " + barText(parse.rows.last());
     EXPECT_EQ(outcome, QLatin1String(c.expected));
 }
 
@@ -285,13 +285,13 @@ protected:
     }
 
     QuoteServer server;
-    const QString Key = QStringLiteral("s3cr3t/k=y");
+    const QString Key = "s3cr3t/k=y";
 };
 
 TEST_F(SourceClientTest, NeverShowsTheKeyButSendsIt)
 {
-    server.canned[QStringLiteral("/api/eod/IBM.US")] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
-    const sources::SourceHistory answer = ask("eodhd", QStringLiteral("IBM"), {2024, 1, 2}, {2024, 1, 5});
+    server.canned["/api/eod/IBM.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
+    const sources::SourceHistory answer = ask("eodhd", "IBM", {2024, 1, 2}, {2024, 1, 5});
     EXPECT_FALSE(answer.ok);
     EXPECT_TRUE(answer.reason.contains(QLatin1String("refused the API key"))) << answer.reason.toStdString();
     EXPECT_TRUE(answer.request.contains(QLatin1String("api_token=********")));
@@ -300,23 +300,21 @@ TEST_F(SourceClientTest, NeverShowsTheKeyButSendsIt)
         EXPECT_FALSE(text.contains(QLatin1String("s3cr3t%2Fk%3Dy"), Qt::CaseInsensitive)) << text.toStdString();
     }
     ASSERT_EQ(server.requests().size(), 1);
-    EXPECT_EQ(server.requests()[0].query.queryItemValue(QStringLiteral("api_token"), QUrl::FullyDecoded), Key);
+    EXPECT_EQ(server.requests()[0].query.queryItemValue("api_token", QUrl::FullyDecoded), Key);
 }
 
 TEST_F(SourceClientTest, WaitsForAShortRetryAfterAndReportsALongOne)
 {
     const QByteArray csv = "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-01-02,1,2,0.5,1.5,1.5,100\n";
-    server.canned[QStringLiteral("/api/eod/IBM.US")] = {
-        {"429 Too Many Requests", "slow down", "text/plain", "Retry-After: 1\r\n"},
-        {"200 OK", csv, "text/csv", {}}};
-    const sources::SourceHistory answer = ask("eodhd", QStringLiteral("IBM"), {2024, 1, 2}, {2024, 1, 5});
+    server.canned["/api/eod/IBM.US"] = {{"429 Too Many Requests", "slow down", "text/plain", "Retry-After: 1\r\n"},
+                                        {"200 OK", csv, "text/csv", {}}};
+    const sources::SourceHistory answer = ask("eodhd", "IBM", {2024, 1, 2}, {2024, 1, 5});
     ASSERT_TRUE(answer.ok) << answer.reason.toStdString();
     EXPECT_EQ(answer.rows.size(), 1);
     EXPECT_EQ(server.requests().size(), 2);
 
-    server.canned[QStringLiteral("/api/eod/MSFT.US")] = {
-        {"429 Too Many Requests", "slow down", "text/plain", "Retry-After: 3600\r\n"}};
-    const sources::SourceHistory limited = ask("eodhd", QStringLiteral("MSFT"), {2024, 1, 2}, {2024, 1, 5});
+    server.canned["/api/eod/MSFT.US"] = {{"429 Too Many Requests", "slow down", "text/plain", "Retry-After: 3600\r\n"}};
+    const sources::SourceHistory limited = ask("eodhd", "MSFT", {2024, 1, 2}, {2024, 1, 5});
     EXPECT_FALSE(limited.ok);
     EXPECT_TRUE(limited.reason.startsWith(sources::RateLimited)) << limited.reason.toStdString();
     EXPECT_EQ(server.requests().size(), 3);
@@ -326,17 +324,17 @@ TEST_F(SourceClientTest, KeepsOnlyTheAskedDatesAndRefusesAnotherSymbol)
 {
     if (!QFile::exists(Replies))
         GTEST_SKIP() << "the recorded provider replies are not at hand";
-    server.canned[QStringLiteral("/query")] = {
+    server.canned["/query"] = {
         {"200 OK", recorded("alphavantage/TIME_SERIES_DAILY_IBM_2026-05-15.csv"), "text/plain", {}}};
-    const sources::SourceHistory answer = ask("alphavantage", QStringLiteral("IBM"), {2026, 5, 13}, {2026, 5, 14});
+    const sources::SourceHistory answer = ask("alphavantage", "IBM", {2026, 5, 13}, {2026, 5, 14});
     ASSERT_TRUE(answer.ok) << answer.reason.toStdString();
     ASSERT_EQ(answer.rows.size(), 2);
     EXPECT_EQ(answer.rows[0].date, "2026-05-14");
     EXPECT_EQ(answer.rows[1].date, "2026-05-13");
 
-    server.canned[QStringLiteral("/v8/finance/chart/MSFT")] = {
+    server.canned["/v8/finance/chart/MSFT"] = {
         {"200 OK", recorded("yahoo/chart_AAPL_2020-01-01_2020-01-03.json"), "text/plain", {}}};
-    const sources::SourceHistory other = ask("yahoo", QStringLiteral("MSFT"), {2020, 1, 1}, {2020, 1, 3});
+    const sources::SourceHistory other = ask("yahoo", "MSFT", {2020, 1, 1}, {2020, 1, 3});
     EXPECT_FALSE(other.ok);
     EXPECT_TRUE(other.rows.isEmpty());
     EXPECT_TRUE(other.reason.contains(QLatin1String("prices of AAPL instead of MSFT"))) << other.reason.toStdString();
@@ -372,17 +370,16 @@ TEST_P(SourceDownloadTest, WritesTheSourcesBarsIntoAFolderThatChecks)
     download_test::addSecurity(folder, QLatin1String(c.symbol), {{QDate(2010, 1, 4), 1, 1, 1, 1, 1, 1}});
     const QString upper = QString::fromLatin1(c.what).toUpper();
     const QString key = QStringLiteral("key-%1-4711").arg(c.what);
-    const download_test::CliRun run =
-        runCli(server,
-               {QStringLiteral("download"), folder, QStringLiteral("--source"), QLatin1String(c.what)},
-               false,
-               {{QStringLiteral("TICKSMITH_%1_URL").arg(upper), server.url()},
-                {QStringLiteral("TICKSMITH_%1_KEY").arg(upper), key}});
+    const download_test::CliRun run = runCli(server,
+                                             {"download", folder, "--source", QLatin1String(c.what)},
+                                             false,
+                                             {{QStringLiteral("TICKSMITH_%1_URL").arg(upper), server.url()},
+                                              {QStringLiteral("TICKSMITH_%1_KEY").arg(upper), key}});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_TRUE(run.out.startsWith(QLatin1String(c.symbol) + QStringLiteral("\tOK\n"))) << run.out.toStdString();
+    EXPECT_TRUE(run.out.startsWith(QLatin1String(c.symbol) + "\tOK\n")) << run.out.toStdString();
     EXPECT_FALSE((run.out + run.err).contains(key));
     EXPECT_EQ(download_test::barsOf(folder, QLatin1String(c.symbol)).size(), c.bars + 1);
-    const download_test::CliRun check = runCli(server, {QStringLiteral("check"), folder});
+    const download_test::CliRun check = runCli(server, {"check", folder});
     EXPECT_EQ(check.exitCode, 0) << check.out.toStdString() << check.err.toStdString();
 }
 
@@ -412,11 +409,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(SourceClientTest, ListsTheSourcesWithoutTheirKeys)
 {
-    const download_test::CliRun run = runCli(server,
-                                             {QStringLiteral("sources")},
-                                             false,
-                                             {{QStringLiteral("TICKSMITH_TIINGO_KEY"), QStringLiteral("hidden-key")},
-                                              {QStringLiteral("TICKSMITH_SOURCE"), QStringLiteral("yahoo")}});
+    const download_test::CliRun run =
+        runCli(server, {"sources"}, false, {{"TICKSMITH_TIINGO_KEY", "hidden-key"}, {"TICKSMITH_SOURCE", "yahoo"}});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_TRUE(run.out.contains(QLatin1String("yahoo\tchosen\tno key needed\thttps://query2.finance.yahoo.com")))
         << run.out.toStdString();
@@ -434,9 +428,9 @@ TEST_F(SourceClientTest, HistoryAndQuoteAskTheSourceNamed)
 {
     if (!QFile::exists(Replies))
         GTEST_SKIP() << "the recorded provider replies are not at hand";
-    server.canned[QStringLiteral("/v8/finance/chart/AAPL")] = {
+    server.canned["/v8/finance/chart/AAPL"] = {
         {"200 OK", recorded("yahoo/chart_AAPL_2020-01-01_2020-01-03.json"), "text/plain", {}}};
-    const QMap<QString, QString> yahoo = {{QStringLiteral("TICKSMITH_YAHOO_URL"), server.url()}};
+    const QMap<QString, QString> yahoo = {{"TICKSMITH_YAHOO_URL", server.url()}};
     const download_test::CliRun history =
         runCli(server, {"history", "AAPL", "2020-01-01", "2020-01-03", "--source", "yahoo"}, false, yahoo);
     EXPECT_EQ(history.exitCode, 0) << history.err.toStdString();
