@@ -21,14 +21,14 @@ class DownloadJobTest : public DownloadTest
 {
 protected:
     // The item the selection makes of a security of the folder.
-    context::DownloadItem item(const QString& symbol)
+    context::DownloadItem item(const QString& symbol, const QString& in = {})
     {
-        const QList<store::PriceBar> bars = barsOf(folder, symbol);
+        const QList<store::PriceBar> bars = barsOf(in.isEmpty() ? folder : in, symbol);
         EXPECT_FALSE(bars.isEmpty()) << symbol.toStdString();
         return *download::makeDownloadItem(symbol,
                                            bars.isEmpty() ? 20240501 : bars.first().date,
                                            bars.isEmpty() ? 20240501 : bars.last().date,
-                                           folder,
+                                           in.isEmpty() ? folder : in,
                                            today);
     }
 
@@ -242,11 +242,8 @@ TEST_F(DownloadJobTest, ThreadsChangeNothingButHowManyRequestsWaitAtOnce)
             script.misbehaviour = QuoteServer::Misbehaviour::NotFound;
         if (i % 3 == 0)
             script.quoteBody = "\"X\",90.44,\"6/14/2024\",\"4:01pm\",-0.5,\"-0.5%\",N/A,91.2,90.1,N/A,N/A,N/A\n";
-        for (int f = 0; f < 2; ++f) {
-            const QString in = f == 0 ? folder : other;
-            const QList<store::PriceBar> bars = barsOf(in, symbol);
-            items[f].append(*download::makeDownloadItem(symbol, bars.first().date, bars.last().date, in, today));
-        }
+        items[0].append(item(symbol, folder));
+        items[1].append(item(symbol, other));
     }
     server.slowDelay = std::chrono::milliseconds(30);
     DownloadOptions options;

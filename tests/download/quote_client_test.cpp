@@ -242,7 +242,6 @@ INSTANTIATE_TEST_SUITE_P(
         MisbehaviourCase{"ServerError", Misbehaviour::ServerError, "HTTP 500"},
         MisbehaviourCase{"HtmlPage", Misbehaviour::HtmlPage, "web page"},
         MisbehaviourCase{"CutShort", Misbehaviour::CutShort, "could not be read"},
-        MisbehaviourCase{"Slow", Misbehaviour::Slow, "within 1 s", true},
         MisbehaviourCase{"NoReply", Misbehaviour::NoReply, "within 1 s", true},
         MisbehaviourCase{"RedirectLoop", Misbehaviour::RedirectLoop, "could not be read"},
         // A body beyond the limit, with its length announced and as a stream that never ends.
