@@ -10,6 +10,7 @@
 
 using chart::ChartBar;
 using chart::ChartStyle;
+using testing_support::PrintTo;
 
 namespace {
 
@@ -91,11 +92,6 @@ struct RangeCase
     double bottom;
     double top;
 };
-
-void PrintTo(const RangeCase& c, std::ostream* out)
-{
-    *out << c.what;
-}
 
 class PriceRangeTest : public ::testing::TestWithParam<RangeCase>
 {};
@@ -230,11 +226,6 @@ struct LabelCase
     const char* separator;
     const char* expected;
 };
-
-void PrintTo(const LabelCase& c, std::ostream* out)
-{
-    *out << c.what;
-}
 
 class ShortDateLabelTest : public ::testing::TestWithParam<LabelCase>
 {};

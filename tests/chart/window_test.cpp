@@ -93,7 +93,6 @@ TEST_F(ChartWindowTest, DrawsEachStyleOnItsButton)
 {
     chart::frmChart window(context, folderWith(chart_test::bars(60)), "X");
     window.show();
-    EXPECT_EQ(window.windowTitle(), "Chart");
     EXPECT_EQ(window.bars().size(), 60u);
     EXPECT_TRUE(window.Option1->isChecked());
 
