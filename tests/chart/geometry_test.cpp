@@ -10,9 +10,10 @@
 
 using chart::ChartBar;
 using chart::ChartStyle;
-using testing_support::PrintTo;
 
 namespace {
+
+using testing_support::PrintTo;
 
 // A drawing area of 12165 x 6255 twips: the plot ends at x 11515 and y 5755.
 constexpr float kWidth = 12165;
