@@ -7,6 +7,7 @@
 #include "download/windows/frmdownloadprogress.h"
 #include "download/windows/frmdownloadresults.h"
 #include "downloadfixture.h"
+#include "paramnames.h"
 #include "symbols/symbolsdb.h"
 
 #include <QCheckBox>
@@ -23,6 +24,7 @@ using namespace download_test;
 using download::frmDownload;
 using download::frmDownloadProgress;
 using download::frmDownloadResults;
+using testing_support::PrintTo;
 
 const QDate Friday(2024, 6, 14);
 
@@ -203,9 +205,15 @@ TEST_F(DownloadWindowsTest, TheFolderListIsSavedOnCloseAndRestoredEmptyListInclu
 
 // Leaving the window during the job, by Cancel, Escape or the close button, stops it after the security
 // in hand.
+struct LeaveCase
+{
+    const char* what;
+    void (*leave)(frmDownloadProgress&);
+};
+
 class CancelTest
     : public DownloadWindowsTest
-    , public testing::WithParamInterface<void (*)(frmDownloadProgress&)>
+    , public testing::WithParamInterface<LeaveCase>
 {};
 
 TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
@@ -220,7 +228,7 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     onProgress = [&](frmDownloadProgress& progress) {
         QObject::connect(&poll, &QTimer::timeout, [&] {
             if (server.requests().size() == 3) {
-                GetParam()(progress);
+                GetParam().leave(progress);
                 poll.stop();
             }
         });
@@ -239,9 +247,11 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
 
 INSTANTIATE_TEST_SUITE_P(Ways,
                          CancelTest,
-                         testing::Values([](frmDownloadProgress& progress) { progress.Command1->click(); },
-                                         [](frmDownloadProgress& progress) { progress.reject(); }, // Escape
-                                         [](frmDownloadProgress& progress) { EXPECT_FALSE(progress.close()); }));
+                         testing::Values(LeaveCase{"Cancel", [](auto& progress) { progress.Command1->click(); }},
+                                         LeaveCase{"Escape", [](auto& progress) { progress.reject(); }},
+                                         LeaveCase{"CloseButton",
+                                                   [](auto& progress) { EXPECT_FALSE(progress.close()); }}),
+                         testing_support::nameOf<LeaveCase>);
 
 TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
