@@ -3,6 +3,7 @@
 #include "metastock/indexfiles.h"
 #include "metastock/mbf.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace store {
@@ -68,7 +69,12 @@ Status normalizeName(const QString& text, QString& name)
 
 bool sameSymbol(const QString& a, const QString& b)
 {
-    return upperAscii(a.trimmed()) == upperAscii(b.trimmed());
+    // Compared in place: lookups by symbol run once per security over the whole index.
+    const QStringView x = QStringView(a).trimmed();
+    const QStringView y = QStringView(b).trimmed();
+    const auto upper = [](QChar c) { return c >= u'a' && c <= u'z' ? QChar(c.unicode() - 'a' + 'A') : c; };
+    return x.size() == y.size()
+        && std::equal(x.begin(), x.end(), y.begin(), [&](QChar p, QChar q) { return upper(p) == upper(q); });
 }
 
 bool sameName(const QString& a, const QString& b)

@@ -84,9 +84,11 @@ Status MetaStockReader::loadIndex(bool selecting)
         std::optional<IndexEntry> entry;
         std::vector<Bar> bars;
         if (selecting) {
-            for (const IndexEntry* found : current.securities()) {
-                if (found->fileNumber == m_current->fileNumber)
-                    entry = *found;
+            for (const auto* entries : {&current.masterEntries, &current.xmasterEntries}) {
+                for (const IndexEntry& found : *entries) {
+                    if (found.fileNumber == m_current->fileNumber)
+                        entry = found;
+                }
             }
             if (!entry)
                 return Status::error(ErrorCode::NotFound,

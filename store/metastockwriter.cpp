@@ -32,6 +32,37 @@ Status noBar(qint32 date)
     return Status::error(ErrorCode::NotFound, QStringLiteral("The security has no bar dated %1").arg(date));
 }
 
+bool earlier(const Bar& bar, qint32 date)
+{
+    return bar.date < date;
+}
+
+// The first bar dated `date` or later.
+auto barAtOrAfter(std::vector<Bar>& bars, qint32 date)
+{
+    return std::lower_bound(bars.begin(), bars.end(), date, earlier);
+}
+
+// The bar dated `date`, or the end.
+auto barOf(std::vector<Bar>& bars, qint32 date)
+{
+    const auto found = barAtOrAfter(bars, date);
+    return found != bars.end() && found->date == date ? found : bars.end();
+}
+
+// Puts the records of `written` (a header record, then one record per entry) into the entries, so that
+// the next rewrite starts from what the file holds now.
+void adoptRecords(const QByteArray& written,
+                  int recordSize,
+                  QByteArray& header,
+                  std::vector<IndexEntry>& entries,
+                  QByteArray IndexEntry::*record)
+{
+    header = written.left(recordSize);
+    for (size_t i = 0; i < entries.size(); ++i)
+        entries[i].*record = written.mid(qsizetype(i + 1) * recordSize, recordSize);
+}
+
 } // namespace
 
 MetaStockWriter::MetaStockWriter()
@@ -59,6 +90,18 @@ IndexEntry* MetaStockWriter::findSymbol(const QString& symbol)
         }
     }
     return nullptr;
+}
+
+IndexEntry& MetaStockWriter::selectedEntry()
+{
+    if (!m_selectedEntry)
+        m_selectedEntry = findFileNumber(m_selected);
+    return *m_selectedEntry;
+}
+
+void MetaStockWriter::indexChanged(const IndexEntry& entry)
+{
+    (entry.inXmaster() ? m_indexChanged.xmaster : m_indexChanged.master) = true;
 }
 
 IndexEntry* MetaStockWriter::findFileNumber(int fileNumber)
@@ -98,10 +141,11 @@ Status MetaStockWriter::OpenFolder(const QString& folder)
         return s;
     m_lock = std::move(lock);
     m_open = true;
-    m_indexChanged = false;
+    m_indexChanged = {};
     m_loaded.clear();
     m_removedFiles.clear();
     m_selected = 0;
+    m_selectedEntry = nullptr;
     return {};
 }
 
@@ -112,6 +156,7 @@ Status MetaStockWriter::CloseFolder()
     Status result = flush();
     m_open = false;
     m_selected = 0;
+    m_selectedEntry = nullptr;
     m_loaded.clear();
     m_removedFiles.clear();
     m_index = metastock::FolderIndex();
@@ -152,10 +197,7 @@ int MetaStockWriter::newFileNumber() const
                 return number;
         }
     }
-    int next = std::max(metastock::firstXmasterFileNumber, m_index.xmasterNext);
-    for (const IndexEntry& entry : m_index.xmasterEntries)
-        next = std::max(next, entry.fileNumber + 1);
-    for (int number = next; number <= 0xFFFF; ++number) {
+    for (int number = xmasterNext(); number <= 0xFFFF; ++number) {
         if (fileNumberFree(number))
             return number;
     }
@@ -187,8 +229,9 @@ Status MetaStockWriter::CreateSecurity(const QString& symbol, const QString& nam
     auto& entries = entry.inXmaster() ? m_index.xmasterEntries : m_index.masterEntries;
     entries.push_back(entry);
     m_loaded[entry.fileNumber].changed = true; // a data file with its header only
-    m_indexChanged = true;
+    indexChanged(entry);
     m_selected = entry.fileNumber;
+    m_selectedEntry = &entries.back();
     return {};
 }
 
@@ -200,16 +243,17 @@ Status MetaStockWriter::loadBars(const IndexEntry& entry)
     metastock::Problems problems;
     if (Status s = metastock::readBars(m_fs, m_index, entry, bars, problems); !s.ok())
         return s;
+    // Rewriting would drop or reorder such bars, so the file is left as it is.
+    const bool ordered =
+        std::all_of(bars.begin(), bars.end(), [](const Bar& bar) { return metastock::isValidDate(bar.date); })
+        && std::adjacent_find(bars.begin(), bars.end(), [](const Bar& a, const Bar& b) { return a.date >= b.date; })
+            == bars.end();
+    if (!ordered)
+        return Status::error(ErrorCode::Damaged,
+                             QStringLiteral("%1: the bars are not in ascending date order; the file is left unchanged")
+                                 .arg(m_index.actualName(entry.dataFileName())));
     LoadedBars loaded;
-    for (const Bar& bar : bars) {
-        // Rewriting would drop or reorder such bars, so the file is left as it is.
-        if (!metastock::isValidDate(bar.date) || (!loaded.bars.empty() && loaded.bars.rbegin()->first >= bar.date))
-            return Status::error(
-                ErrorCode::Damaged,
-                QStringLiteral("%1: the bars are not in ascending date order; the file is left unchanged")
-                    .arg(m_index.actualName(entry.dataFileName())));
-        loaded.bars.emplace_hint(loaded.bars.end(), bar.date, bar);
-    }
+    loaded.bars = std::move(bars);
     m_loaded.emplace(entry.fileNumber, std::move(loaded));
     return {};
 }
@@ -217,11 +261,13 @@ Status MetaStockWriter::loadBars(const IndexEntry& entry)
 Status MetaStockWriter::select(IndexEntry* entry)
 {
     m_selected = 0;
+    m_selectedEntry = nullptr;
     if (entry->periodicity != 'I' && !(entry->fields & metastock::TimeField)) {
         if (Status s = loadBars(*entry); !s.ok())
             return s;
     }
     m_selected = entry->fileNumber;
+    m_selectedEntry = entry;
     return {};
 }
 
@@ -260,13 +306,13 @@ Status MetaStockWriter::requireBars(LoadedBars*& loaded)
 void MetaStockWriter::barsChanged(IndexEntry& entry, LoadedBars& loaded)
 {
     loaded.changed = true;
-    const qint32 first = loaded.bars.empty() ? entry.firstDate : loaded.bars.begin()->first;
-    const qint32 last = loaded.bars.empty() ? entry.firstDate : loaded.bars.rbegin()->first;
+    const qint32 first = loaded.bars.empty() ? entry.firstDate : loaded.bars.front().date;
+    const qint32 last = loaded.bars.empty() ? entry.firstDate : loaded.bars.back().date;
     if (first != entry.firstDate || last != entry.lastDate) {
         entry.firstDate = first;
         entry.lastDate = last;
         entry.changed = true;
-        m_indexChanged = true;
+        indexChanged(entry);
     }
 }
 
@@ -276,7 +322,7 @@ void MetaStockWriter::barsRemoved(IndexEntry& entry, LoadedBars& loaded, qint32 
     if (loaded.bars.empty() && entry.firstDate != newestRemoved) {
         entry.firstDate = newestRemoved;
         entry.changed = true;
-        m_indexChanged = true;
+        indexChanged(entry);
     }
     barsChanged(entry, loaded);
 }
@@ -296,7 +342,11 @@ Status MetaStockWriter::AddBar(qint32 date,
         return s;
     if (Status s = checkBar({date, time, open, high, low, close, volume, openInterest}); !s.ok())
         return s;
-    if (loaded->bars.size() >= size_t(metastock::maxBarsPerFile) && !loaded->bars.count(date))
+    Bars& bars = loaded->bars;
+    const bool appended = bars.empty() || bars.back().date < date;
+    const auto place = appended ? bars.end() : barAtOrAfter(bars, date);
+    const bool replaced = place != bars.end() && place->date == date;
+    if (bars.size() >= size_t(metastock::maxBarsPerFile) && !replaced)
         return Status::error(ErrorCode::InvalidArgument,
                              QStringLiteral("A data file holds at most %1 bars").arg(metastock::maxBarsPerFile));
     Bar bar;
@@ -307,8 +357,11 @@ Status MetaStockWriter::AddBar(qint32 date,
     bar.close = static_cast<float>(close);
     bar.volume = static_cast<float>(volume);
     bar.openInterest = static_cast<float>(openInterest);
-    loaded->bars.insert_or_assign(loaded->bars.end(), date, bar);
-    barsChanged(*findFileNumber(m_selected), *loaded);
+    if (replaced)
+        *place = bar;
+    else
+        bars.insert(place, bar);
+    barsChanged(selectedEntry(), *loaded);
     return {};
 }
 
@@ -325,7 +378,7 @@ Status MetaStockWriter::BarExists(const QString& date, bool& exists)
         return s;
     if (Status s = parseDateText(date, day); !s.ok())
         return s;
-    exists = loaded->bars.count(day) > 0;
+    exists = barOf(loaded->bars, day) != loaded->bars.end();
     return {};
 }
 
@@ -337,9 +390,11 @@ Status MetaStockWriter::DeleteBar(const QString& date)
         return s;
     if (Status s = parseDateText(date, day); !s.ok())
         return s;
-    if (loaded->bars.erase(day) == 0)
+    const auto bar = barOf(loaded->bars, day);
+    if (bar == loaded->bars.end())
         return noBar(day);
-    barsRemoved(*findFileNumber(m_selected), *loaded, day);
+    loaded->bars.erase(bar);
+    barsRemoved(selectedEntry(), *loaded, day);
     return {};
 }
 
@@ -363,15 +418,15 @@ Status MetaStockWriter::DeleteBarsBetween(const QString& fromDate, const QString
         return s;
     if (from > to)
         return {};
-    const auto begin = loaded->bars.lower_bound(from);
-    const auto end = loaded->bars.upper_bound(to);
+    const auto begin = barAtOrAfter(loaded->bars, from);
+    const auto end = barAtOrAfter(loaded->bars, to + 1);
     if (begin == end)
         return {};
     removed.count = static_cast<qint32>(std::distance(begin, end));
-    removed.firstDate = begin->first;
-    removed.lastDate = std::prev(end)->first;
+    removed.firstDate = begin->date;
+    removed.lastDate = std::prev(end)->date;
     loaded->bars.erase(begin, end);
-    barsRemoved(*findFileNumber(m_selected), *loaded, removed.lastDate);
+    barsRemoved(selectedEntry(), *loaded, removed.lastDate);
     return {};
 }
 
@@ -393,7 +448,7 @@ Status MetaStockWriter::ChangeBar(const QString& date,
         return s;
     if (Status s = parseDateText(date, day); !s.ok())
         return s;
-    if (!loaded->bars.count(day))
+    if (barOf(loaded->bars, day) == loaded->bars.end())
         return noBar(day);
     return AddBar(day, 0, open, high, low, close, volume, openInterest);
 }
@@ -418,7 +473,7 @@ Status MetaStockWriter::ChangeSecurity(const QString& currentSymbol, const QStri
     entry->symbol = symbol;
     entry->name = name;
     entry->changed = true;
-    m_indexChanged = true;
+    indexChanged(*entry);
     return {};
 }
 
@@ -430,6 +485,7 @@ Status MetaStockWriter::DeleteSecurity(const QString& symbol)
     if (!entry)
         return noSuchSymbol(symbol);
     const int number = entry->fileNumber;
+    indexChanged(*entry);
     const QString file = m_index.actualName(entry->dataFileName());
     if (!file.isEmpty())
         m_removedFiles << file;
@@ -438,7 +494,7 @@ Status MetaStockWriter::DeleteSecurity(const QString& symbol)
     m_loaded.erase(number);
     if (m_selected == number)
         m_selected = 0;
-    m_indexChanged = true;
+    m_selectedEntry = nullptr; // the erase moved the entries after it
     return {};
 }
 
@@ -452,6 +508,7 @@ Status MetaStockWriter::CloseSecurity()
     if (result.ok())
         m_loaded.erase(m_selected);
     m_selected = 0;
+    m_selectedEntry = nullptr;
     return result;
 }
 
@@ -469,31 +526,33 @@ Status MetaStockWriter::flush()
         const QString actual = m_index.actualName(name);
         return actual.isEmpty() ? name : actual;
     };
+    QStringList written;
+    auto replace = [&](const QString& name, const QByteArray& bytes) {
+        written << nameOf(name);
+        transaction.replace(written.back(), bytes);
+    };
     for (auto& [number, loaded] : m_loaded) {
-        if (!loaded.changed)
-            continue;
-        const IndexEntry* entry = findFileNumber(number);
-        std::vector<Bar> bars;
-        bars.reserve(loaded.bars.size());
-        for (const auto& [date, bar] : loaded.bars)
-            bars.push_back(bar);
-        transaction.replace(nameOf(entry->dataFileName()), metastock::encodeDataFile(entry->fields, bars));
+        if (loaded.changed) {
+            const IndexEntry* entry = findFileNumber(number);
+            replace(entry->dataFileName(), metastock::encodeDataFile(entry->fields, loaded.bars));
+        }
     }
-    if (m_indexChanged) {
-        // MASTER and EMASTER are written together so that they always describe the same securities.
-        if (!m_index.masterEntries.empty() || !m_index.masterFile.isEmpty() || !m_index.emasterFile.isEmpty()) {
-            transaction.replace(nameOf(QStringLiteral("MASTER")),
-                                metastock::encodeMaster(m_index.masterHeader, m_index.masterEntries));
-            transaction.replace(nameOf(QStringLiteral("EMASTER")),
-                                metastock::encodeEmaster(m_index.emasterHeader, m_index.masterEntries));
-        }
-        if (!m_index.xmasterEntries.empty() || !m_index.xmasterFile.isEmpty()) {
-            int next = std::max(metastock::firstXmasterFileNumber, m_index.xmasterNext);
-            for (const IndexEntry& entry : m_index.xmasterEntries)
-                next = std::max(next, entry.fileNumber + 1);
-            transaction.replace(nameOf(QStringLiteral("XMASTER")),
-                                metastock::encodeXmaster(m_index.xmasterHeader, m_index.xmasterEntries, next));
-        }
+    // MASTER and EMASTER are written together so that they always describe the same securities. An
+    // index file whose securities did not change is left alone: a new security past 255 rewrites
+    // XMASTER only.
+    QByteArray master;
+    QByteArray emaster;
+    QByteArray xmaster;
+    if (m_indexChanged.master
+        && (!m_index.masterEntries.empty() || !m_index.masterFile.isEmpty() || !m_index.emasterFile.isEmpty())) {
+        master = metastock::encodeMaster(m_index.masterHeader, m_index.masterEntries);
+        emaster = metastock::encodeEmaster(m_index.emasterHeader, m_index.masterEntries);
+        replace(QStringLiteral("MASTER"), master);
+        replace(QStringLiteral("EMASTER"), emaster);
+    }
+    if (m_indexChanged.xmaster && (!m_index.xmasterEntries.empty() || !m_index.xmasterFile.isEmpty())) {
+        xmaster = metastock::encodeXmaster(m_index.xmasterHeader, m_index.xmasterEntries, xmasterNext());
+        replace(QStringLiteral("XMASTER"), xmaster);
     }
     // Data files are removed only once the index no longer lists them.
     for (const QString& file : std::as_const(m_removedFiles))
@@ -506,17 +565,61 @@ Status MetaStockWriter::flush()
     if (!committed)
         return result;
     // The change is made, and a failure afterwards (the tidying up, or a flush that makes it
-    // durable) is reported; the next OpenFolder finishes what is left.
+    // durable) is reported; the next OpenFolder finishes what is left. The index in memory becomes what
+    // the folder now holds, without reading it back: a long session (a conversion) would otherwise read
+    // the whole index and list the folder after every security.
     for (auto& [number, loaded] : m_loaded)
         loaded.changed = false;
+    for (const QString& name : std::as_const(written))
+        m_index.files.insert(name.toUpper(), name);
+    for (const QString& name : std::as_const(m_removedFiles))
+        m_index.files.remove(name.toUpper());
     m_removedFiles.clear();
-    m_indexChanged = false;
-    metastock::FolderIndex index;
-    metastock::Problems problems;
-    if (Status s = metastock::readFolderIndex(m_fs, m_index.path, index, problems); !s.ok())
-        return s;
-    m_index = std::move(index);
+    m_indexChanged = {};
+    adoptWritten(master, emaster, xmaster);
     return result;
+}
+
+int MetaStockWriter::xmasterNext() const
+{
+    int next = std::max(metastock::firstXmasterFileNumber, m_index.xmasterNext);
+    for (const IndexEntry& entry : m_index.xmasterEntries)
+        next = std::max(next, entry.fileNumber + 1);
+    return next;
+}
+
+void MetaStockWriter::adoptWritten(const QByteArray& master, const QByteArray& emaster, const QByteArray& xmaster)
+{
+    using namespace metastock;
+    if (!master.isEmpty()) {
+        adoptRecords(master, masterRecordSize, m_index.masterHeader, m_index.masterEntries, &IndexEntry::masterRecord);
+        adoptRecords(emaster,
+                     emasterRecordSize,
+                     m_index.emasterHeader,
+                     m_index.masterEntries,
+                     &IndexEntry::emasterRecord);
+        m_index.masterFile = m_index.actualName(QStringLiteral("MASTER"));
+        m_index.emasterFile = m_index.actualName(QStringLiteral("EMASTER"));
+        for (size_t i = 0; i < m_index.masterEntries.size(); ++i) {
+            IndexEntry& entry = m_index.masterEntries[i];
+            entry.changed = false;
+            entry.recordNumber = int(i + 1);
+            entry.kind = entry.name.size() > masterNameLength ? IndexKind::Emaster : IndexKind::Master;
+        }
+    }
+    if (!xmaster.isEmpty()) {
+        adoptRecords(xmaster,
+                     xmasterRecordSize,
+                     m_index.xmasterHeader,
+                     m_index.xmasterEntries,
+                     &IndexEntry::xmasterRecord);
+        m_index.xmasterFile = m_index.actualName(QStringLiteral("XMASTER"));
+        m_index.xmasterNext = xmasterNextFileNumber(xmaster);
+        for (size_t i = 0; i < m_index.xmasterEntries.size(); ++i) {
+            m_index.xmasterEntries[i].changed = false;
+            m_index.xmasterEntries[i].recordNumber = int(i + 1);
+        }
+    }
 }
 
 } // namespace store

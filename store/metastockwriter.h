@@ -10,6 +10,7 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
 namespace store {
 
@@ -119,12 +120,23 @@ public:
     [[nodiscard]] Status DeleteBarsBetween(const QString& fromDate, const QString& toDate, RemovedBars& removed);
 
 private:
-    using Bars = std::map<qint32, metastock::Bar>;
+    // A security's bars in date order, one per date. Downloads and conversions append, so a vector
+    // with binary search beats a tree: an append is a push_back, and the file is encoded straight from it.
+    using Bars = std::vector<metastock::Bar>;
 
     struct LoadedBars
     {
         Bars bars;
         bool changed = false;
+    };
+
+    // Which index files hold changes that are not written yet.
+    struct PendingIndex
+    {
+        bool master = false; // MASTER and EMASTER
+        bool xmaster = false;
+
+        bool any() const { return master || xmaster; }
     };
 
     Status requireOpen() const;
@@ -134,9 +146,13 @@ private:
     Status flush();
     metastock::IndexEntry* findSymbol(const QString& symbol);
     metastock::IndexEntry* findFileNumber(int fileNumber);
+    metastock::IndexEntry& selectedEntry();
+    void indexChanged(const metastock::IndexEntry& entry);
+    void adoptWritten(const QByteArray& master, const QByteArray& emaster, const QByteArray& xmaster);
     void barsChanged(metastock::IndexEntry& entry, LoadedBars& loaded);
     void barsRemoved(metastock::IndexEntry& entry, LoadedBars& loaded, qint32 newestRemoved);
     int newFileNumber() const;
+    int xmasterNext() const;
     bool fileNumberFree(int number) const;
 
     std::unique_ptr<FileSystem> m_ownFs;
@@ -144,10 +160,13 @@ private:
     std::unique_ptr<FolderLock> m_lock;
     bool m_open = false;
     metastock::FolderIndex m_index;
-    bool m_indexChanged = false;
+    PendingIndex m_indexChanged;
     std::map<int, LoadedBars> m_loaded; // by file number
     QStringList m_removedFiles;
     int m_selected = 0; // file number, 0 when none
+    // The index entry of m_selected, found once rather than for every bar; cleared whenever the entry
+    // lists change, since that moves entries.
+    metastock::IndexEntry* m_selectedEntry = nullptr;
 };
 
 } // namespace store

@@ -2,29 +2,35 @@
 
 #include "mbf.h"
 
+#include <utility>
+
 namespace store::metastock {
 
 namespace {
 
-float Bar::*valueMember(quint8 field)
+// Where the fields of a record go in a Bar. A record holds the date first, then the time when it has
+// one, then prices and counts in fieldOrder; the lists are made once per file, not per value.
+struct Layout
 {
-    switch (field) {
-    case OpenField:
-        return &Bar::open;
-    case HighField:
-        return &Bar::high;
-    case LowField:
-        return &Bar::low;
-    case CloseField:
-        return &Bar::close;
-    case VolumeField:
-        return &Bar::volume;
-    case OpenInterestField:
-        return &Bar::openInterest;
-    default:
-        return nullptr;
+    bool time = false;
+    int values = 0;
+    float Bar::*members[6] = {};
+
+    explicit Layout(quint8 fields)
+        : time(fields & TimeField)
+    {
+        const std::pair<quint8, float Bar::*> valueFields[] = {{OpenField, &Bar::open},
+                                                               {HighField, &Bar::high},
+                                                               {LowField, &Bar::low},
+                                                               {CloseField, &Bar::close},
+                                                               {VolumeField, &Bar::volume},
+                                                               {OpenInterestField, &Bar::openInterest}};
+        for (const auto& [field, member] : valueFields) {
+            if (fields & field)
+                members[values++] = member;
+        }
     }
-}
+};
 
 bool isLayout(quint8 fields)
 {
@@ -89,22 +95,17 @@ bool parseDataFile(const QByteArray& bytes,
                             false});
 
     bars.resize(counter - 1);
-    const char* record = bytes.constData() + recordSize;
+    const Layout layout(fields);
+    const char* value = bytes.constData() + recordSize;
     for (Bar& bar : bars) {
-        const char* value = record;
-        for (quint8 field : fieldOrder) {
-            if (!(fields & field))
-                continue;
-            const float number = mbfToFloat(readU32(value));
+        bar.date = dateFromStored(mbfToFloat(readU32(value)));
+        value += 4;
+        if (layout.time) {
+            bar.time = timeFromStored(mbfToFloat(readU32(value)));
             value += 4;
-            if (field == DateField)
-                bar.date = dateFromStored(number);
-            else if (field == TimeField)
-                bar.time = timeFromStored(number);
-            else
-                bar.*valueMember(field) = number;
         }
-        record += recordSize;
+        for (int i = 0; i < layout.values; ++i, value += 4)
+            bar.*layout.members[i] = mbfToFloat(readU32(value));
     }
     checkOrder(bars, file, problems);
     return true;
@@ -115,21 +116,17 @@ QByteArray encodeDataFile(quint8 fields, const std::vector<Bar>& bars)
     const qsizetype recordSize = 4 * fieldCount(fields);
     QByteArray bytes(recordSize * qsizetype(bars.size() + 1), '\0');
     writeU16(bytes.data() + 2, static_cast<quint16>(bars.size() + 1));
+    const Layout layout(fields);
     char* value = bytes.data() + recordSize;
     for (const Bar& bar : bars) {
-        for (quint8 field : fieldOrder) {
-            if (!(fields & field))
-                continue;
-            float number = 0;
-            if (field == DateField)
-                number = storedFromDate(bar.date);
-            else if (field == TimeField)
-                number = static_cast<float>(bar.time);
-            else
-                number = bar.*valueMember(field);
-            writeU32(value, floatToMbf(number).value_or(0u));
+        writeU32(value, floatToMbf(storedFromDate(bar.date)).value_or(0u));
+        value += 4;
+        if (layout.time) {
+            writeU32(value, floatToMbf(static_cast<float>(bar.time)).value_or(0u));
             value += 4;
         }
+        for (int i = 0; i < layout.values; ++i, value += 4)
+            writeU32(value, floatToMbf(bar.*layout.members[i]).value_or(0u));
     }
     return bytes;
 }
