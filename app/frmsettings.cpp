@@ -79,12 +79,6 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     Command1->setDefault(true);
     Command2 = context::named(new QPushButton(QStringLiteral("Apply"), this), "Command2");
     Command3 = context::named(new QPushButton(QStringLiteral("Cancel"), this), "Command3");
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch();
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
-    buttons->addWidget(Command3);
-
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(lblSetupProblem);
     layout->addWidget(Check1);
@@ -92,7 +86,7 @@ frmSettings::frmSettings(context::AppContext& context, QWidget* parent)
     layout->addWidget(Check2);
     layout->addWidget(service);
     layout->addWidget(Sources);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1, Command2, Command3}));
 
     connect(Slider1, &QSlider::valueChanged, Label1, [this](int value) { Label1->setText(QString::number(value)); });
     connect(Command1, &QPushButton::clicked, this, &frmSettings::Command1_Click);

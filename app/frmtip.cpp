@@ -6,7 +6,6 @@
 #include <QCheckBox>
 #include <QDir>
 #include <QFile>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QRandomGenerator>
@@ -38,15 +37,10 @@ frmTip::frmTip(context::AppContext& context, QWidget* parent)
     cmdOK = context::named(new QPushButton(QStringLiteral("OK"), this), "cmdOK");
     cmdOK->setDefault(true);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(chkLoadTipsAtStartup);
-    buttons->addStretch();
-    buttons->addWidget(cmdNextTip);
-    buttons->addWidget(cmdOK);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(heading);
     layout->addWidget(lblTipText, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({chkLoadTipsAtStartup}, {cmdNextTip, cmdOK}));
 
     connect(cmdNextTip, &QPushButton::clicked, this, &frmTip::cmdNextTip_Click);
     connect(cmdOK, &QPushButton::clicked, this, &QDialog::accept);

@@ -36,6 +36,35 @@ std::vector<qint32> tradingDays(int count)
     return days;
 }
 
+class NoSyncFileSystem : public store::FileSystem
+{
+public:
+    store::Status syncFiles(const QStringList&) override { return {}; }
+
+    store::Status syncFolder(const QString&) override { return {}; }
+};
+
+// What the download job does for each security of a folder it brings up to date: open the folder,
+// select the security, append a few days, write that as one step, close. Every 15th security of the
+// folder (MASTER's and XMASTER's alike); milliseconds per security.
+double downloadSteps(store::FileSystem& fs, const QString& folder, int securities, qint32 firstDay)
+{
+    QElapsedTimer timer;
+    timer.start();
+    int steps = 0;
+    for (int s = 0; s < securities; s += 15, ++steps) {
+        store::MetaStockWriter writer(fs);
+        check(writer.OpenFolder(folder), "OpenFolder");
+        check(writer.SelectSecurity(QStringLiteral("SEC%1").arg(s)), "SelectSecurity");
+        for (qint32 day = firstDay; day < firstDay + 5; ++day)
+            check(writer.AddBar(day, 0, 1, 2, 0.5, 1.5, 100, 0), "AddBar");
+        check(writer.Commit(), "Commit");
+        check(writer.CloseSecurity(), "CloseSecurity");
+        check(writer.CloseFolder(), "CloseFolder");
+    }
+    return double(timer.nsecsElapsed()) / 1e6 / steps;
+}
+
 double seconds(const QElapsedTimer& timer)
 {
     return double(timer.nsecsElapsed()) / 1e9;
@@ -139,6 +168,12 @@ int main(int argc, char** argv)
                 static_cast<long long>(barsMany),
                 readMany,
                 barsMany / readMany);
+
+    NoSyncFileSystem noSync;
+    store::FileSystem durable;
+    std::printf("download pattern, 1,500 securities:     %8.3f ms per security without flushes, %.3f ms with them\n",
+                downloadSteps(noSync, many, 1500, 20300101),
+                downloadSteps(durable, many, 1500, 20300201));
 
     store::MetaStockWriter writer;
     check(writer.OpenFolder(large), "OpenFolder");

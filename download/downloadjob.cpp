@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <optional>
 
 namespace download {
@@ -130,6 +131,17 @@ private:
     bool writeCurrentQuote(store::MetaStockWriter& writer, const QString& symbol, const StockQuoteValues& quote);
     bool replaceBar(store::MetaStockWriter& writer, const QString& symbol, const store::PriceBar& bar);
     void closeWriter(store::MetaStockWriter& writer, const QString& symbol);
+    // The writer of folder, kept open from one security to the next of the same folder: opening reads
+    // the folder's whole index, which for a folder of many securities costs more than the download.
+    store::MetaStockWriter* openFolder(const QString& folder, const QString& symbol);
+
+public:
+    // Releases the folder kept open. A job that stopped does not call it: dropped without CloseFolder,
+    // the writer forgets what it has not written, so the security whose download failed in the
+    // stopping regime stays exactly as it was (those before it were written as each was finished).
+    void closeFolder();
+
+private:
     void record(const QString& symbol, const QString& result, const QString& reason = {});
 
     DownloadJob& m_job;
@@ -137,7 +149,30 @@ private:
     const QDate m_today;
     bool m_carryOn = false;
     bool m_failureReported = false; // for the security in hand
+    std::unique_ptr<store::MetaStockWriter> m_writer;
+    QString m_writerFolder;
 };
+
+store::MetaStockWriter* DownloadJob::Run::openFolder(const QString& folder, const QString& symbol)
+{
+    if (m_writer && m_writerFolder == folder)
+        return m_writer.get();
+    closeFolder();
+    auto writer = std::make_unique<store::MetaStockWriter>();
+    if (!check(writer->OpenFolder(folder), symbol))
+        return nullptr;
+    m_writer = std::move(writer);
+    m_writerFolder = folder;
+    return m_writer.get();
+}
+
+void DownloadJob::Run::closeFolder()
+{
+    // Every security was written when it was finished, so nothing is pending here.
+    if (m_writer)
+        (void)m_writer->CloseFolder();
+    m_writer.reset();
+}
 
 bool DownloadJob::Run::failed(const QString& symbol, const QString& error)
 {
@@ -179,10 +214,11 @@ bool DownloadJob::Run::security(int index, const context::DownloadItem& item, Pr
 
     if (m_job.m_events.downloading)
         m_job.m_events.downloading(symbol);
-    // Dropped without CloseFolder, the writer forgets everything it has not written: a security whose
-    // download fails in the stopping regime stays exactly as it was.
-    store::MetaStockWriter writer;
-    if (!check(writer.OpenFolder(item.folder.trimmed()), symbol) || !check(writer.SelectSecurity(symbol), symbol))
+    store::MetaStockWriter* opened = openFolder(item.folder.trimmed(), symbol);
+    if (!opened)
+        return false;
+    store::MetaStockWriter& writer = *opened;
+    if (!check(writer.SelectSecurity(symbol), symbol))
         return false;
 
     if (m_options.dataCorrection)
@@ -287,10 +323,13 @@ void DownloadJob::Run::closeWriter(store::MetaStockWriter& writer, const QString
 {
     QElapsedTimer timer;
     timer.start();
-    // Reached only while carrying on, so a failure is reported and the next call still made.
+    // Reached only while carrying on, so a failure is reported and the next call, which tries the write
+    // again, still made. What cannot be written even then is given up with the writer, so that it does
+    // not ride along with the next security's step.
     (void)check(writer.Commit(), symbol);
-    (void)check(writer.CloseSecurity(), symbol);
-    (void)check(writer.CloseFolder(), symbol);
+    const store::Status closed = writer.CloseSecurity();
+    if (!check(closed, symbol) || !closed.ok())
+        m_writer.reset();
     outcome.times.committingNs += timer.nsecsElapsed();
 }
 
@@ -353,6 +392,8 @@ JobOutcome DownloadJob::run(const QList<context::DownloadItem>& items, const Dow
                 break;
             }
         }
+        if (run.outcome.end != JobOutcome::End::Stopped)
+            run.closeFolder();
         run.outcome.times.waitingNs = ahead.waitedNs();
     }
     JobTimes& times = run.outcome.times;

@@ -134,10 +134,8 @@ Status MetaStockWriter::OpenFolder(const QString& folder)
         return s;
     if (Status s = recoverFolder(m_fs, folder); !s.ok())
         return s;
-    metastock::Problems problems;
-    if (Status s = metastock::readFolderIndex(m_fs, folder, m_index, problems); !s.ok())
-        return s;
-    if (Status s = metastock::damageStatus(problems); !s.ok())
+    m_index.path = folder;
+    if (Status s = readIndex(); !s.ok())
         return s;
     m_lock = std::move(lock);
     m_open = true;
@@ -147,6 +145,43 @@ Status MetaStockWriter::OpenFolder(const QString& folder)
     m_selected = 0;
     m_selectedEntry = nullptr;
     return {};
+}
+
+QString MetaStockWriter::indexStamp() const
+{
+    auto nameOr = [this](const QString& name) {
+        const QString actual = m_index.actualName(name);
+        return actual.isEmpty() ? name : actual;
+    };
+    return m_fs.stamp(
+        m_index.path,
+        {nameOr(QStringLiteral("MASTER")), nameOr(QStringLiteral("EMASTER")), nameOr(QStringLiteral("XMASTER"))});
+}
+
+Status MetaStockWriter::readIndex()
+{
+    metastock::FolderIndex index;
+    metastock::Problems problems;
+    if (Status s = metastock::readFolderIndex(m_fs, m_index.path, index, problems); !s.ok())
+        return s;
+    if (Status s = metastock::damageStatus(problems); !s.ok())
+        return s;
+    m_index = std::move(index);
+    m_indexStamp = indexStamp();
+    return {};
+}
+
+// Only between securities: with changes pending, the index in memory is the one they were made to.
+Status MetaStockWriter::refreshIndex()
+{
+    const bool pending = m_indexChanged.any() || !m_removedFiles.isEmpty()
+        || std::any_of(m_loaded.begin(), m_loaded.end(), [](const auto& loaded) { return loaded.second.changed; });
+    if (pending || indexStamp() == m_indexStamp)
+        return {};
+    m_loaded.clear();
+    m_selected = 0;
+    m_selectedEntry = nullptr;
+    return readIndex();
 }
 
 Status MetaStockWriter::CloseFolder()
@@ -167,6 +202,8 @@ Status MetaStockWriter::CloseFolder()
 Status MetaStockWriter::SecurityExists(const QString& symbol, bool& exists)
 {
     if (Status s = requireOpen(); !s.ok())
+        return s;
+    if (Status s = refreshIndex(); !s.ok())
         return s;
     QString normalized;
     if (Status s = normalizeSymbol(symbol, normalized); !s.ok())
@@ -207,6 +244,8 @@ int MetaStockWriter::newFileNumber() const
 Status MetaStockWriter::CreateSecurity(const QString& symbol, const QString& name, qint32 periodicity)
 {
     if (Status s = requireOpen(); !s.ok())
+        return s;
+    if (Status s = refreshIndex(); !s.ok())
         return s;
     IndexEntry entry;
     if (Status s = normalizeSymbol(symbol, entry.symbol); !s.ok())
@@ -275,6 +314,8 @@ Status MetaStockWriter::SelectSecurity(const QString& symbol)
 {
     if (Status s = requireOpen(); !s.ok())
         return s;
+    if (Status s = refreshIndex(); !s.ok())
+        return s;
     IndexEntry* entry = findSymbol(symbol);
     return entry ? select(entry) : noSuchSymbol(symbol);
 }
@@ -282,6 +323,8 @@ Status MetaStockWriter::SelectSecurity(const QString& symbol)
 Status MetaStockWriter::SelectSecurityByName(const QString& name)
 {
     if (Status s = requireOpen(); !s.ok())
+        return s;
+    if (Status s = refreshIndex(); !s.ok())
         return s;
     for (const IndexEntry* found : m_index.securities()) {
         if (sameName(found->name, name))
@@ -457,6 +500,8 @@ Status MetaStockWriter::ChangeSecurity(const QString& currentSymbol, const QStri
 {
     if (Status s = requireOpen(); !s.ok())
         return s;
+    if (Status s = refreshIndex(); !s.ok())
+        return s;
     IndexEntry* entry = findSymbol(currentSymbol);
     if (!entry)
         return noSuchSymbol(currentSymbol);
@@ -480,6 +525,8 @@ Status MetaStockWriter::ChangeSecurity(const QString& currentSymbol, const QStri
 Status MetaStockWriter::DeleteSecurity(const QString& symbol)
 {
     if (Status s = requireOpen(); !s.ok())
+        return s;
+    if (Status s = refreshIndex(); !s.ok())
         return s;
     const IndexEntry* entry = findSymbol(symbol);
     if (!entry)
@@ -577,6 +624,7 @@ Status MetaStockWriter::flush()
     m_removedFiles.clear();
     m_indexChanged = {};
     adoptWritten(master, emaster, xmaster);
+    m_indexStamp = indexStamp();
     return result;
 }
 

@@ -19,7 +19,10 @@ class FolderLock;
 // Creates and changes the securities of one MetaStock data folder.
 //
 // Sessions. OpenFolder locks the folder against other writers (a second writer waits up to the file
-// system's lock timeout, then fails with Busy) and CloseFolder releases it. Changes are collected in
+// system's lock timeout, then fails with Busy) and CloseFolder releases it. A session may last long (a
+// download keeps its folder open for a whole list of securities): whenever nothing is pending, the
+// writer reads the index again before it starts on a security if a program that does not know the
+// lock has replaced an index file meanwhile. Changes are collected in
 // memory and reach the disk at Commit, CloseSecurity and CloseFolder, each of which writes everything
 // changed so far as one all-or-nothing step: after a crash the folder is as it was before that step or
 // as it is after it. Dropping the object without CloseFolder discards unwritten changes. A write that
@@ -140,6 +143,9 @@ private:
     };
 
     Status requireOpen() const;
+    Status readIndex();
+    Status refreshIndex();
+    QString indexStamp() const;
     Status requireBars(LoadedBars*& loaded);
     Status select(metastock::IndexEntry* entry);
     Status loadBars(const metastock::IndexEntry& entry);
@@ -161,6 +167,7 @@ private:
     bool m_open = false;
     metastock::FolderIndex m_index;
     PendingIndex m_indexChanged;
+    QString m_indexStamp; // of the index files as this writer last read or wrote them
     std::map<int, LoadedBars> m_loaded; // by file number
     QStringList m_removedFiles;
     int m_selected = 0; // file number, 0 when none

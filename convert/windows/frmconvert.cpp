@@ -15,7 +15,6 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QStyle>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -26,21 +25,14 @@ namespace {
 const QString kTitle = QStringLiteral("Ticksmith");
 constexpr int listedProblems = 20; // more would not fit a message box
 
-QToolButton* browseButton(QWidget* parent)
-{
-    auto* button = new QToolButton(parent);
-    button->setIcon(parent->style()->standardIcon(QStyle::SP_DirOpenIcon));
-    return button;
-}
-
 } // namespace
 
 frmConvert::frmConvert(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , Text1(context::named(new QLineEdit(this), "Text1"))
     , Text2(context::named(new QLineEdit(this), "Text2"))
-    , Command6(context::named(browseButton(this), "Command6"))
-    , Command7(context::named(browseButton(this), "Command7"))
+    , Command6(context::named(context::folderButton(new QToolButton(this)), "Command6"))
+    , Command7(context::named(context::folderButton(new QToolButton(this)), "Command7"))
     , Command3(context::named(new QPushButton(QStringLiteral("Convert to CSV"), this), "Command3"))
     , Command2(context::named(new QPushButton(QStringLiteral("Convert To Metastock"), this), "Command2"))
     , Command1(context::named(new QPushButton(QStringLiteral("&Close"), this), "Command1"))
@@ -55,26 +47,17 @@ frmConvert::frmConvert(context::AppContext& context, QWidget* parent)
         button->setAutoDefault(false);
 
     auto* fields = new QGridLayout;
-    fields->addWidget(new QLabel(QStringLiteral("Source Directory"), this), 0, 0);
-    fields->addWidget(Text1, 0, 1);
-    fields->addWidget(Command6, 0, 2);
-    fields->addWidget(new QLabel(QStringLiteral("Destination Directory"), this), 1, 0);
-    fields->addWidget(Text2, 1, 1);
-    fields->addWidget(Command7, 1, 2);
+    context::addFieldRow(*fields, 0, QStringLiteral("Source Directory"), Text1, Command6);
+    context::addFieldRow(*fields, 1, QStringLiteral("Destination Directory"), Text2, Command7);
     fields->setColumnStretch(1, 1);
     auto* progress = new QHBoxLayout;
     progress->addWidget(ProgressBar1, 1);
     progress->addWidget(Command4);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command3);
-    buttons->addWidget(Command2);
-    buttons->addWidget(Command1);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
     layout->addWidget(Label3);
     layout->addLayout(progress);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command3, Command2, Command1}));
     resize(520, 180);
 
     connect(Command6, &QToolButton::clicked, this, [this] { Command6_Click(); });

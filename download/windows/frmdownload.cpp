@@ -14,7 +14,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -65,12 +64,10 @@ frmDownload::frmDownload(context::AppContext& context, QWidget* parent)
     ListView2->setHeaderLabels({QStringLiteral("Path")});
     ListView2->setRootIsDecorated(false);
     ListView2->setMaximumHeight(130);
-    ListView1->setHeaderLabels({QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Last Date")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 260);
-    DTPicker1->setCalendarPopup(true);
-    DTPicker1->setDisplayFormat(context::GetShortDatePattern(m_context.locale));
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Last Date")},
+                          {260});
+    context::showShortDates(*DTPicker1, m_context.locale);
     Command1->setToolTip(QStringLiteral("Browse For Folder"));
 
     auto* folderRow = new QHBoxLayout;
@@ -91,16 +88,11 @@ frmDownload::frmDownload(context::AppContext& context, QWidget* parent)
     options->addWidget(Check2, 1, 0);
     options->addWidget(DTPicker1, 1, 1);
     options->setColumnStretch(2, 1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command4);
-    buttons->addWidget(Command6);
-    buttons->addWidget(Command5);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(folders);
     layout->addWidget(securities, 1);
     layout->addLayout(options);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command4, Command6, Command5}));
     resize(640, 620);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });

@@ -8,7 +8,6 @@
 
 #include <QCloseEvent>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -66,16 +65,10 @@ frmDownloadProgress::frmDownloadProgress(context::AppContext& context, QWidget* 
     PB->setMinimum(0);
     PB1->setMinimum(0);
     auto* counters = new QGridLayout;
-    counters->addWidget(new QLabel(QStringLiteral("Completed"), this), 0, 0);
-    counters->addWidget(Label7, 0, 1);
-    counters->addWidget(new QLabel(QStringLiteral("Upto Date"), this), 1, 0);
-    counters->addWidget(Label8, 1, 1);
-    counters->addWidget(new QLabel(QStringLiteral("No Data"), this), 2, 0);
-    counters->addWidget(Label9, 2, 1);
+    context::addFieldRow(*counters, 0, QStringLiteral("Completed"), Label7);
+    context::addFieldRow(*counters, 1, QStringLiteral("Upto Date"), Label8);
+    context::addFieldRow(*counters, 2, QStringLiteral("No Data"), Label9);
     counters->setColumnStretch(2, 1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command1);
     auto* layout = new QVBoxLayout(this);
     Label1->setWordWrap(true);
     layout->addWidget(Label1);
@@ -83,7 +76,7 @@ frmDownloadProgress::frmDownloadProgress(context::AppContext& context, QWidget* 
     layout->addLayout(counters);
     layout->addWidget(PB);
     layout->addWidget(PB1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1}));
     resize(420, 240);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });

@@ -5,7 +5,6 @@
 #include "download/downloadresults.h"
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
@@ -25,10 +24,7 @@ frmDownloadResults::frmDownloadResults(context::AppContext& context, QWidget* pa
     setObjectName(QStringLiteral("frmDownloadResults"));
     setWindowTitle(QStringLiteral("Download Results"));
 
-    ListView1->setHeaderLabels({QStringLiteral("Symbol"), QStringLiteral("Download Result")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 160);
+    context::showAsReport(*ListView1, {QStringLiteral("Symbol"), QStringLiteral("Download Result")}, {160});
     Command1->setDefault(true);
 
     auto* buttons = new QHBoxLayout;

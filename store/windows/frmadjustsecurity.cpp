@@ -7,8 +7,6 @@
 
 #include <QDateEdit>
 #include <QGridLayout>
-#include <QHBoxLayout>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -24,12 +22,8 @@ frmAdjustSecurity::frmAdjustSecurity(context::AppContext& context, QWidget* pare
     setWindowTitle(QStringLiteral("Adjust Security"));
     DTPicker1->setReadOnly(true);
     DTPicker1->setCalendarPopup(false);
-    m_fields->addWidget(new QLabel(QStringLiteral("First Date"), this), 2, 0);
-    m_fields->addWidget(DTPicker1, 2, 1);
-    for (QPushButton* button : {Command1, Command2, Command3}) {
-        button->setAutoDefault(false);
-        m_buttons->addWidget(button);
-    }
+    context::addFieldRow(*m_fields, 2, QStringLiteral("First Date"), DTPicker1);
+    addButtons({Command1, Command2, Command3});
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
     connect(Command2, &QPushButton::clicked, this, [this] { Command2_Click(); });

@@ -10,7 +10,6 @@
 #include <QComboBox>
 #include <QDateEdit>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -40,33 +39,21 @@ frmCreate::frmCreate(context::AppContext& context, QWidget* parent)
     // otherwise make the default (Browse, the first one).
     for (QPushButton* button : {Command1, Command2, Command3, Command4, Command5})
         button->setAutoDefault(false);
-    Text3->installEventFilter(this);
-    DTPicker1->setCalendarPopup(true);
-    DTPicker1->setDisplayFormat(context::GetShortDatePattern(m_context.locale));
+    context::onKeyPress(*Text3, [this](const QKeyEvent& key) { return Text3_KeyPress(key); });
+    context::showShortDates(*DTPicker1, m_context.locale);
     Combo1->addItems({QStringLiteral("Daily"), QStringLiteral("Weekly"), QStringLiteral("Monthly")});
 
     auto* fields = new QGridLayout;
-    fields->addWidget(new QLabel(QStringLiteral("Folder"), this), 0, 0);
-    fields->addWidget(Text1, 0, 1);
-    fields->addWidget(Command1, 0, 2);
+    context::addFieldRow(*fields, 0, QStringLiteral("Folder"), Text1, Command1);
     fields->addWidget(new QLabel(QStringLiteral("Name"), this), 1, 0);
     fields->addWidget(Text2, 1, 1, 1, 2);
-    fields->addWidget(new QLabel(QStringLiteral("Symbol"), this), 2, 0);
-    fields->addWidget(Text3, 2, 1);
-    fields->addWidget(Command2, 2, 2);
-    fields->addWidget(new QLabel(QStringLiteral("First Date"), this), 3, 0);
-    fields->addWidget(DTPicker1, 3, 1);
-    fields->addWidget(new QLabel(QStringLiteral("Periodicity"), this), 4, 0);
-    fields->addWidget(Combo1, 4, 1);
+    context::addFieldRow(*fields, 2, QStringLiteral("Symbol"), Text3, Command2);
+    context::addFieldRow(*fields, 3, QStringLiteral("First Date"), DTPicker1);
+    context::addFieldRow(*fields, 4, QStringLiteral("Periodicity"), Combo1);
     fields->setColumnStretch(1, 1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command3);
-    buttons->addWidget(Command4);
-    buttons->addWidget(Command5);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command3, Command4, Command5}));
     resize(480, 220);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
@@ -94,20 +81,9 @@ void frmCreate::done(int result)
     QDialog::done(result);
 }
 
-bool frmCreate::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == Text3 && event->type() == QEvent::KeyPress)
-        return Text3_KeyPress(*static_cast<QKeyEvent*>(event));
-    return QDialog::eventFilter(watched, event);
-}
-
 bool frmCreate::Text3_KeyPress(const QKeyEvent& key)
 {
-    if (key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter) {
-        Command3_Click();
-        return true;
-    }
-    return context::typeUpperCase(*Text3, key);
+    return context::typeUpperCase(*Text3, key, [this] { Command3_Click(); });
 }
 
 void frmCreate::Command1_Click()

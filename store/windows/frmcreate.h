@@ -54,9 +54,6 @@ public:
     QPushButton* Command4;
     QPushButton* Command5;
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void Form_Load();
     void Command1_Click();

@@ -11,12 +11,9 @@
 #include <QDateEdit>
 #include <QDir>
 #include <QGridLayout>
-#include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStyle>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -31,7 +28,8 @@ constexpr int kSymbolColumn = 1;
 frmCreateMultiple::frmCreateMultiple(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , Text1(context::named(new QLineEdit(this), "Text1"))
-    , Command1(context::named(new QPushButton(this), "Command1"))
+    , Command1(
+          context::named(context::folderButton(new QPushButton(this), QStringLiteral("Browse For Folder")), "Command1"))
     , DTPicker1(context::named(new QDateEdit(this), "DTPicker1"))
     , ListView1(context::named(new QTreeWidget(this), "ListView1"))
     , Command2(context::named(new QPushButton(QStringLiteral("Symbol Lookup"), this), "Command2"))
@@ -42,35 +40,22 @@ frmCreateMultiple::frmCreateMultiple(context::AppContext& context, QWidget* pare
     setObjectName(QStringLiteral("frmCreateMultiple"));
     setWindowTitle(QStringLiteral("Create Multiple Securities"));
 
-    Command1->setIcon(style()->standardIcon(QStyle::SP_DirOpenIcon));
-    Command1->setToolTip(QStringLiteral("Browse For Folder"));
     for (QPushButton* button : {Command1, Command2, Command3, Command4})
         button->setAutoDefault(false);
-    DTPicker1->setCalendarPopup(true);
-    DTPicker1->setDisplayFormat(context::GetShortDatePattern(m_context.locale));
+    context::showShortDates(*DTPicker1, m_context.locale);
     // The dates a folder can hold; the picker offers no other, so no row can fail on its date.
     DTPicker1->setDateRange(QDate(1900, 1, 1), QDate(2099, 12, 31));
-    ListView1->setHeaderLabels({QStringLiteral("Security Name"), QStringLiteral("Symbol")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 300);
+    context::showAsReport(*ListView1, {QStringLiteral("Security Name"), QStringLiteral("Symbol")}, {300});
 
     auto* fields = new QGridLayout;
-    fields->addWidget(new QLabel(QStringLiteral("Folder"), this), 0, 0);
-    fields->addWidget(Text1, 0, 1);
-    fields->addWidget(Command1, 0, 2);
+    context::addFieldRow(*fields, 0, QStringLiteral("Folder"), Text1, Command1);
     fields->addWidget(new QLabel(QStringLiteral("First Date"), this), 1, 0);
     fields->addWidget(DTPicker1, 1, 1, Qt::AlignLeft);
     fields->setColumnStretch(1, 1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(Command2);
-    buttons->addStretch(1);
-    buttons->addWidget(Command3);
-    buttons->addWidget(Command4);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
     layout->addWidget(ListView1, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command2}, {Command3, Command4}));
     resize(520, 420);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });

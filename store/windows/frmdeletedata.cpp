@@ -8,7 +8,6 @@
 
 #include <QDateEdit>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -29,10 +28,7 @@ frmDeleteData::frmDeleteData(context::AppContext& context, QWidget* parent)
     m_fields->addWidget(DTPicker1, 2, 0, 1, 3);
     m_fields->addWidget(Option1, 3, 1);
     m_fields->addWidget(Option2, 3, 2);
-    for (QPushButton* button : {Command1, Command2}) {
-        button->setAutoDefault(false);
-        m_buttons->addWidget(button);
-    }
+    addButtons({Command1, Command2});
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
     connect(Command2, &QPushButton::clicked, this, &QDialog::reject);

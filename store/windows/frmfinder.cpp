@@ -10,12 +10,10 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStyle>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -33,7 +31,8 @@ frmFinder::frmFinder(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , Text1(context::named(new QLineEdit(this), "Text1"))
     , Text2(context::named(new QLineEdit(this), "Text2"))
-    , Command3(context::named(new QPushButton(this), "Command3"))
+    , Command3(
+          context::named(context::folderButton(new QPushButton(this), QStringLiteral("Browse Folder")), "Command3"))
     , Check1(context::named(new QCheckBox(QStringLiteral("Include Subdirectories"), this), "Check1"))
     , Command1(context::named(new QPushButton(QStringLiteral("&Search"), this), "Command1"))
     , Command2(context::named(new QPushButton(QStringLiteral("&Close"), this), "Command2"))
@@ -46,16 +45,11 @@ frmFinder::frmFinder(context::AppContext& context, QWidget* parent)
     // Enter searches only from the pattern box; elsewhere it must not press a button Qt picks.
     for (QPushButton* button : {Command3, Command1, Command2})
         button->setAutoDefault(false);
-    Command3->setIcon(style()->standardIcon(QStyle::SP_DirOpenIcon));
-    Command3->setToolTip(QStringLiteral("Browse Folder"));
-    Text1->installEventFilter(this);
-    ListView1->setHeaderLabels(
-        {QStringLiteral("Security Name"), QStringLiteral("Symbol"), QStringLiteral("File Name")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
+    context::onKeyPress(*Text1, [this](const QKeyEvent& key) { return Text1_KeyPress(key); });
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security Name"), QStringLiteral("Symbol"), QStringLiteral("File Name")},
+                          {280, 110});
     ListView1->setUniformRowHeights(true); // tens of thousands of rows stay quick to show
-    ListView1->header()->resizeSection(0, 280);
-    ListView1->header()->resizeSection(1, 110);
 
     auto* pattern = new QHBoxLayout;
     pattern->addWidget(Text1, 1);
@@ -63,23 +57,17 @@ frmFinder::frmFinder(context::AppContext& context, QWidget* parent)
     auto* fields = new QGridLayout;
     fields->addWidget(new QLabel(QStringLiteral("Symbol/Security"), this), 0, 0);
     fields->addLayout(pattern, 0, 1, 1, 2);
-    fields->addWidget(new QLabel(QStringLiteral("Directory"), this), 1, 0);
-    fields->addWidget(Text2, 1, 1);
-    fields->addWidget(Command3, 1, 2);
+    context::addFieldRow(*fields, 1, QStringLiteral("Directory"), Text2, Command3);
     fields->addWidget(Check1, 2, 1);
     fields->setColumnStretch(1, 1);
     auto* frame = new QGroupBox(QStringLiteral("Search Result"), this);
     auto* frameLayout = new QVBoxLayout(frame);
     frameLayout->addWidget(new QLabel(QStringLiteral("Search Results"), frame));
     frameLayout->addWidget(ListView1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
     layout->addWidget(frame, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1, Command2}));
     resize(620, 460);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
@@ -106,20 +94,9 @@ void frmFinder::done(int result)
     QDialog::done(result);
 }
 
-bool frmFinder::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == Text1 && event->type() == QEvent::KeyPress)
-        return Text1_KeyPress(*static_cast<QKeyEvent*>(event));
-    return QDialog::eventFilter(watched, event);
-}
-
 bool frmFinder::Text1_KeyPress(const QKeyEvent& key)
 {
-    if (key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter) {
-        Command1_Click();
-        return true;
-    }
-    return context::typeUpperCase(*Text1, key);
+    return context::typeUpperCase(*Text1, key, [this] { Command1_Click(); });
 }
 
 void frmFinder::Command3_Click()

@@ -50,9 +50,6 @@ public:
     QPushButton* Command2;
     QTreeWidget* ListView1;
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void Form_Load();
     bool Text1_KeyPress(const QKeyEvent& key); // true: the key is handled here

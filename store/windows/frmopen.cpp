@@ -8,8 +8,6 @@
 
 #include <QGridLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -24,7 +22,7 @@ namespace store {
 frmOpen::frmOpen(context::AppContext& context, QWidget* parent)
     : QDialog(parent)
     , Text1(context::named(new QLineEdit(this), "Text1"))
-    , Command1(context::named(new QToolButton(this), "Command1"))
+    , Command1(context::named(context::folderButton(new QToolButton(this), QStringLiteral("Browse")), "Command1"))
     , Text2(context::named(new QLineEdit(this), "Text2"))
     , ListView1(context::named(new QTreeWidget(this), "ListView1"))
     , Command2(context::named(new QPushButton(QStringLiteral("&Open"), this), "Command2"))
@@ -34,39 +32,30 @@ frmOpen::frmOpen(context::AppContext& context, QWidget* parent)
     setObjectName(QStringLiteral("frmOpen"));
     setWindowTitle(QStringLiteral("Open Security"));
 
-    Command1->setIcon(style()->standardIcon(QStyle::SP_DirOpenIcon));
-    Command1->setToolTip(QStringLiteral("Browse"));
     // Enter belongs to the Directory box and the list; it must not press a default button as well.
     Command2->setAutoDefault(false);
     Command3->setAutoDefault(false);
-    ListView1->setHeaderLabels({QStringLiteral("Security Name"),
-                                QStringLiteral("Symbol"),
-                                QStringLiteral("File Name"),
-                                QStringLiteral("Last Date")});
-    ListView1->setRootIsDecorated(false);
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security Name"),
+                           QStringLiteral("Symbol"),
+                           QStringLiteral("File Name"),
+                           QStringLiteral("Last Date")},
+                          {220});
     ListView1->setUniformRowHeights(true);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 220);
-    Text1->installEventFilter(this);
-    ListView1->installEventFilter(this);
+    context::onKeyPress(*Text1, [this](const QKeyEvent& key) { return Text1_KeyPress(key); });
+    context::onKeyPress(*ListView1, [this](const QKeyEvent& key) { return ListView1_KeyPress(key); });
 
     auto* fields = new QGridLayout;
-    fields->addWidget(new QLabel(QStringLiteral("Directory"), this), 0, 0);
-    fields->addWidget(Text1, 0, 1);
-    fields->addWidget(Command1, 0, 2);
+    context::addFieldRow(*fields, 0, QStringLiteral("Directory"), Text1, Command1);
     fields->addWidget(new QLabel(QStringLiteral("Security"), this), 1, 0);
     fields->addWidget(Text2, 1, 1, 1, 2);
     auto* frame = context::named(new QGroupBox(QStringLiteral("Available Securities"), this), "Frame1");
     auto* frameLayout = new QVBoxLayout(frame);
     frameLayout->addWidget(ListView1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command2);
-    buttons->addWidget(Command3);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
     layout->addWidget(frame, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command2, Command3}));
     resize(560, 400);
 
     connect(Command1, &QToolButton::clicked, this, [this] { Command1_Click(); });
@@ -97,23 +86,21 @@ void frmOpen::done(int result)
     QDialog::done(result);
 }
 
-bool frmOpen::eventFilter(QObject* watched, QEvent* event)
+bool frmOpen::Text1_KeyPress(const QKeyEvent& key)
 {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
-        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-            if (watched == Text1) {
-                fillList();
-                return true;
-            }
-            if (watched == ListView1) {
-                ListView1_Click(ListView1->currentItem());
-                Command2_Click();
-                return true;
-            }
-        }
-    }
-    return QDialog::eventFilter(watched, event);
+    if (!context::isEnter(key))
+        return false;
+    fillList();
+    return true;
+}
+
+bool frmOpen::ListView1_KeyPress(const QKeyEvent& key)
+{
+    if (!context::isEnter(key))
+        return false;
+    ListView1_Click(ListView1->currentItem());
+    Command2_Click();
+    return true;
 }
 
 // A failing step ends the listing where it is: the rows added so far stay, and nothing is shown.

@@ -21,6 +21,7 @@
 
 #include <memory>
 
+class QKeyEvent;
 class QLineEdit;
 class QPushButton;
 class QToolButton;
@@ -55,15 +56,16 @@ public:
     QPushButton* Command2;
     QPushButton* Command3;
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void Form_Load();
     void fillList();
     void Command1_Click();
     void ListView1_Click(const QTreeWidgetItem* row);
     void Command2_Click();
+    // Enter lists the typed folder in the Directory box and opens the current row in the list; true:
+    // the key is handled here.
+    bool Text1_KeyPress(const QKeyEvent& key);
+    bool ListView1_KeyPress(const QKeyEvent& key);
     void addRecentEntry();
 
     context::AppContext& m_context;

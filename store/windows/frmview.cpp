@@ -11,7 +11,6 @@
 
 #include <QDateEdit>
 #include <QGridLayout>
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QItemSelectionModel>
 #include <QLabel>
@@ -116,16 +115,11 @@ frmView::frmView(context::AppContext& context,
         fields->addWidget(new QLabel(QLatin1String(labelled[i].first), this), row, column);
         fields->addWidget(labelled[i].second, row, column + 1, 1, i < 2 ? 3 : 1);
     }
-    auto* buttons = new QHBoxLayout;
-    buttons->addWidget(Command1);
-    buttons->addStretch(1);
-    for (QPushButton* button : {Command2, Command3, Command4, Command5})
-        buttons->addWidget(button);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(6, 6, 6, 6);
     layout->addLayout(fields);
     layout->addWidget(ListView1, 1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1}, {Command2, Command3, Command4, Command5}));
     resize(600, 460);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
@@ -385,26 +379,18 @@ frmRecord::frmRecord(context::AppContext& context, QWidget* parent)
 {
     setObjectName(QStringLiteral("frmRecord"));
     setWindowTitle(QStringLiteral("Change Record"));
-    DTPicker1->setCalendarPopup(true);
-    DTPicker1->setDisplayFormat(context::GetShortDatePattern(context.locale));
+    context::showShortDates(*DTPicker1, context.locale);
     // The dates a folder can hold.
     DTPicker1->setDateRange(QDate(1900, 1, 1), QDate(2099, 12, 31));
 
     auto* fields = new QGridLayout;
-    fields->addWidget(new QLabel(QStringLiteral("Date"), this), 0, 0);
-    fields->addWidget(DTPicker1, 0, 1);
+    context::addFieldRow(*fields, 0, QStringLiteral("Date"), DTPicker1);
     const char* const labels[] = {"Open", "High", "Low", "Close", "Volume"};
-    for (int i = 0; i < 5; ++i) {
-        fields->addWidget(new QLabel(QLatin1String(labels[i]), this), i + 1, 0);
-        fields->addWidget(boxes()[i], i + 1, 1);
-    }
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
+    for (int i = 0; i < 5; ++i)
+        context::addFieldRow(*fields, i + 1, QLatin1String(labels[i]), boxes()[i]);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1, Command2}));
     resize(300, 240);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });

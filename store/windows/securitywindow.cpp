@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace store {
@@ -28,12 +29,11 @@ SecurityWindow::SecurityWindow(context::AppContext& context, QWidget* parent, Da
     , DTPicker1(context::named(new QDateEdit(this), "DTPicker1"))
     , m_context(context)
     , m_fields(new QGridLayout)
-    , m_buttons(new QHBoxLayout)
+    , m_buttons(context::buttonRow({}))
     , m_shownDate(shownDate)
 {
-    Text2->installEventFilter(this);
-    DTPicker1->setDisplayFormat(context::GetShortDatePattern(m_context.locale));
-    DTPicker1->setCalendarPopup(true);
+    context::onKeyPress(*Text2, [this](const QKeyEvent& key) { return context::typeUpperCase(*Text2, key); });
+    context::showShortDates(*DTPicker1, m_context.locale);
     // One day before what a folder can hold stands for a date the folder does not hold.
     DTPicker1->setDateRange(QDate(1899, 12, 31), QDate(2099, 12, 31));
     DTPicker1->setSpecialValueText(QStringLiteral("N/A"));
@@ -44,7 +44,6 @@ SecurityWindow::SecurityWindow(context::AppContext& context, QWidget* parent, Da
     m_fields->addWidget(Text2, 1, 1, 1, 2);
     m_fields->setColumnStretch(1, 1);
     m_fields->setColumnStretch(2, 1);
-    m_buttons->addStretch(1);
     auto* right = new QVBoxLayout;
     right->addWidget(List1, 1);
     right->addLayout(m_fields);
@@ -67,13 +66,6 @@ void SecurityWindow::Form_Load()
     context::centreOnScreen(*this);
     DTPicker1->setDate(m_context.today());
     folders->setPath(m_context.state.currentFolder);
-}
-
-bool SecurityWindow::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == Text2 && event->type() == QEvent::KeyPress)
-        return context::typeUpperCase(*Text2, *static_cast<QKeyEvent*>(event));
-    return QDialog::eventFilter(watched, event);
 }
 
 MetaStockReader& SecurityWindow::reader()
@@ -128,6 +120,14 @@ void SecurityWindow::List1_Click()
     DTPicker1->setDate(checkDate(date).ok() ? QDate(date / 10000, date / 100 % 100, date % 100)
                                             : DTPicker1->minimumDate());
     securityShown();
+}
+
+void SecurityWindow::addButtons(std::initializer_list<QPushButton*> buttons)
+{
+    for (QPushButton* button : buttons) {
+        button->setAutoDefault(false);
+        m_buttons->addWidget(button);
+    }
 }
 
 Status SecurityWindow::runWriterSteps(std::initializer_list<WriterStep> steps)

@@ -27,6 +27,7 @@ class QGridLayout;
 class QHBoxLayout;
 class QLineEdit;
 class QListWidget;
+class QPushButton;
 
 namespace context {
 struct AppContext;
@@ -73,15 +74,17 @@ protected:
     // releases the folder and writes nothing the steps left pending (the writer writes at CloseFolder),
     // and the next action makes a new one.
     Status runWriterSteps(std::initializer_list<WriterStep> steps);
-
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    // The window's buttons, right-aligned at the bottom. Enter presses none of them: Qt would otherwise
+    // press the first whenever a box has the focus.
+    void addButtons(std::initializer_list<QPushButton*> buttons);
 
     context::AppContext& m_context;
     QGridLayout* m_fields; // Name and Symbol in rows 0 and 1; the windows add the rows below
-    QHBoxLayout* m_buttons; // right-aligned at the bottom
 
 private:
     void List1_Click();
+
+    QHBoxLayout* m_buttons;
 
     DateGetter m_shownDate;
     std::unique_ptr<MetaStockReader> m_reader;

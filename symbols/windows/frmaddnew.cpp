@@ -7,7 +7,6 @@
 
 #include <QComboBox>
 #include <QFormLayout>
-#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QPushButton>
@@ -30,19 +29,15 @@ frmAddNew::frmAddNew(context::AppContext& context, frmLookup* lookup, QWidget* p
 
     Combo1->setEditable(true);
     Combo1->setInsertPolicy(QComboBox::NoInsert);
-    Text2->installEventFilter(this);
+    context::onKeyPress(*Text2, [this](const QKeyEvent& key) { return Text2_KeyPress(key); });
 
     auto* fields = new QFormLayout;
     fields->addRow(QStringLiteral("Security Name"), Text1);
     fields->addRow(QStringLiteral("Symbol"), Text2);
     fields->addRow(QStringLiteral("Exchange"), Combo1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(fields);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1, Command2}));
     resize(420, 160);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });
@@ -67,13 +62,6 @@ void frmAddNew::Form_Load()
         m_openError = error.text();
         context::showFailure(m_context, this, m_openError);
     }
-}
-
-bool frmAddNew::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == Text2 && event->type() == QEvent::KeyPress)
-        return Text2_KeyPress(*static_cast<QKeyEvent*>(event));
-    return QDialog::eventFilter(watched, event);
 }
 
 bool frmAddNew::Text2_KeyPress(const QKeyEvent& key)

@@ -8,7 +8,6 @@
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -38,12 +37,10 @@ frmLookup::frmLookup(context::AppContext& context, QWidget* parent)
     setWindowTitle(QStringLiteral("Symbol Lookup"));
 
     Combo1->setEditable(false);
-    Combo1->installEventFilter(this);
-    ListView1->setHeaderLabels({QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Exchange")});
-    ListView1->setRootIsDecorated(false);
-    ListView1->setAllColumnsShowFocus(true);
-    ListView1->header()->resizeSection(0, 280);
-    ListView1->header()->resizeSection(1, 110);
+    context::onKeyPress(*Combo1, [this](const QKeyEvent& key) { return Combo1_KeyPress(key); });
+    context::showAsReport(*ListView1,
+                          {QStringLiteral("Security"), QStringLiteral("Symbol"), QStringLiteral("Exchange")},
+                          {280, 110});
     Text1->setReadOnly(true);
 
     auto* top = new QHBoxLayout;
@@ -55,16 +52,11 @@ frmLookup::frmLookup(context::AppContext& context, QWidget* parent)
     auto* selected = new QHBoxLayout;
     selected->addWidget(new QLabel(QStringLiteral("Security Selected"), this));
     selected->addWidget(Text1, 1);
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
-    buttons->addWidget(Command3);
     auto* layout = new QVBoxLayout(this);
     layout->addLayout(top);
     layout->addWidget(frame, 1);
     layout->addLayout(selected);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1, Command2, Command3}));
     resize(680, 460);
 
     connect(Combo1, &QComboBox::currentIndexChanged, this, [this] { Combo1_Click(); });
@@ -140,13 +132,6 @@ void frmLookup::fillList(const std::vector<CatalogueEntry>& entries)
     for (const CatalogueEntry& entry : entries)
         items.append(new QTreeWidgetItem({entry.security, entry.symbol, entry.exchange}));
     ListView1->addTopLevelItems(items);
-}
-
-bool frmLookup::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == Combo1 && event->type() == QEvent::KeyPress)
-        return Combo1_KeyPress(*static_cast<QKeyEvent*>(event));
-    return QDialog::eventFilter(watched, event);
 }
 
 bool frmLookup::Combo1_KeyPress(const QKeyEvent& key)

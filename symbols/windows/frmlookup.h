@@ -57,9 +57,6 @@ public:
     QPushButton* Command2;
     QPushButton* Command3;
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void Form_Load();
     void Combo1_Click();

@@ -4,7 +4,6 @@
 #include "symbols/placehelper.h"
 
 #include <QComboBox>
-#include <QHBoxLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -28,13 +27,9 @@ frmPlace::frmPlace(context::AppContext& context, QWidget* parent)
     setWindowTitle(QStringLiteral("Select Market Place"));
     Combo1->addItem(QStringLiteral("India"));
 
-    auto* buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(Combo1);
-    layout->addLayout(buttons);
+    layout->addLayout(context::buttonRow({Command1, Command2}));
     resize(300, 100);
 
     connect(Command1, &QPushButton::clicked, this, [this] { Command1_Click(); });

@@ -31,7 +31,7 @@ store::Status importTo(const QString& source,
 {
     NoSyncFileSystem fs;
     convert::MetaStockConverter converter(fs, locale);
-    const store::Status status = converter.Convert(source, destination, QStringLiteral("CSV"));
+    const store::Status status = converter.Convert(source, destination, "CSV");
     report = converter.report();
     return status;
 }
@@ -51,14 +51,14 @@ class RoundTrip : public ::testing::TestWithParam<QLocale::Language>
 TEST_P(RoundTrip, GivesBackEveryBar)
 {
     QTemporaryDir dir;
-    const QString source = dir.filePath(QStringLiteral("source"));
-    const QString csv = dir.filePath(QStringLiteral("csv"));
-    const QString back = dir.filePath(QStringLiteral("back"));
+    const QString source = dir.filePath("source");
+    const QString csv = dir.filePath("csv");
+    const QString back = dir.filePath("back");
     makeFolder(source, 4, 40);
     const QLocale locale(GetParam(), QLocale::AnyTerritory);
     convert::ConversionReport exported, imported;
-    ASSERT_TRUE(exportTo(source, csv, exported, locale).ok());
-    ASSERT_TRUE(importTo(csv, back, imported, locale).ok());
+    ASSERT_OK(exportTo(source, csv, exported, locale));
+    ASSERT_OK(importTo(csv, back, imported, locale));
     EXPECT_EQ(exported.converted, 4);
     EXPECT_EQ(imported.converted, 4);
     EXPECT_EQ(problemTexts(imported), QStringList());
@@ -87,29 +87,24 @@ TEST_P(SampleRoundTrip, GivesBackEveryBarOfEveryDailySecurity)
     if (!QDir(folder).exists())
         GTEST_SKIP() << "the shared samples are not beside this checkout: " << qPrintable(folder);
     QTemporaryDir dir;
-    const QString csv = dir.filePath(QStringLiteral("csv"));
-    const QString back = dir.filePath(QStringLiteral("back"));
+    const QString csv = dir.filePath("csv");
+    const QString back = dir.filePath("back");
     convert::ConversionReport exported, imported;
-    ASSERT_TRUE(exportTo(folder, csv, exported).ok());
+    ASSERT_OK(exportTo(folder, csv, exported));
     const QStringList written = QDir(csv).entryList(QDir::Files, QDir::Name);
     const int every = 1 + int(written.size()) / 300;
     for (qsizetype i = 0; i < written.size(); ++i) {
         if (i % every != 0)
             QFile::remove(QDir(csv).filePath(written[i]));
     }
-    ASSERT_TRUE(importTo(csv, back, imported).ok());
+    ASSERT_OK(importTo(csv, back, imported));
     EXPECT_EQ(problemTexts(imported), QStringList());
     EXPECT_EQ(imported.converted, (written.size() + every - 1) / every);
 
     const FolderBars actual = barsOf(back);
     const FolderBars original = barsOf(folder);
-    store::MetaStockReader reader;
-    ASSERT_TRUE(reader.OpenFolder(folder).ok());
     int compared = 0, left = 0;
-    qint32 more = 0;
-    while (reader.HasMoreSecurities(more).ok() && more > 0 && reader.NextSecurity().ok()) {
-        store::SecurityDescriptor security;
-        ASSERT_TRUE(reader.GetSecurity(security).ok());
+    for (const store::SecurityDescriptor& security : store_test::securitiesOf(folder)) {
         const QString file = convert::csvFileName(security.name, security.symbol);
         if (!written.contains(file))
             ++left;
@@ -140,30 +135,19 @@ INSTANTIATE_TEST_SUITE_P(Convert,
 TEST(Export, NamesFilesReplacesOlderOnesAndWritesEmptySecurities)
 {
     QTemporaryDir dir;
-    const QString source = dir.filePath(QStringLiteral("source"));
-    const QString csv = dir.filePath(QStringLiteral("csv"));
-    {
-        NoSyncFileSystem fs;
-        store::MetaStockWriter writer(fs);
-        ASSERT_TRUE(writer.CreateFolder(source).ok());
-        ASSERT_TRUE(writer.OpenFolder(source).ok());
-        ASSERT_TRUE(writer.CreateSecurity(QStringLiteral("XYZ.NS"), QStringLiteral("ABCDE FGHIJKL"), 1).ok());
-        ASSERT_TRUE(writer.CreateSecurity(QStringLiteral("A/B"), QStringLiteral("Slash"), 1).ok());
-        ASSERT_TRUE(writer.CreateSecurity(QStringLiteral("OK"), QStringLiteral("Fine"), 1).ok());
-        ASSERT_TRUE(writer.AddBar(20040501, 0, 1, 2, 0.5, 1.5, 100, 0).ok());
-        ASSERT_TRUE(writer.CloseFolder().ok());
-    }
+    const QString source = dir.filePath("source");
+    const QString csv = dir.filePath("csv");
+    store_test::makeFolder(source, {{"XYZ.NS", "ABCDE FGHIJKL"}, {"A/B", "Slash"}, {"OK", "Fine", {20040501}}});
     QDir().mkpath(csv);
-    store_test::writeFile(QDir(csv).filePath(QStringLiteral("ABCDE FGHI.XYZ.NS.csv")), "old contents");
+    store_test::writeFile(QDir(csv).filePath("ABCDE FGHI.XYZ.NS.csv"), "old contents");
 
     convert::ConversionReport report;
-    ASSERT_TRUE(exportTo(source, csv, report).ok());
+    ASSERT_OK(exportTo(source, csv, report));
     EXPECT_EQ(report.converted, 2);
     EXPECT_EQ(report.bars, 1);
     EXPECT_EQ(QDir(csv).entryList(QDir::Files), (QStringList{"ABCDE FGHI.XYZ.NS.csv", "Fine.OK.csv"}));
-    EXPECT_EQ(store_test::readFile(QDir(csv).filePath(QStringLiteral("ABCDE FGHI.XYZ.NS.csv"))),
-              "Date,Open,High,Low,Close,Volume\r\n");
-    EXPECT_EQ(store_test::readFile(QDir(csv).filePath(QStringLiteral("Fine.OK.csv"))),
+    EXPECT_EQ(store_test::readFile(QDir(csv).filePath("ABCDE FGHI.XYZ.NS.csv")), "Date,Open,High,Low,Close,Volume\r\n");
+    EXPECT_EQ(store_test::readFile(QDir(csv).filePath("Fine.OK.csv")),
               "Date,Open,High,Low,Close,Volume\r\n5/1/2004, 1 , 2 , 0.5 , 1.5 , 100 \r\n");
     EXPECT_EQ(problemTexts(report),
               QStringList{"Slash.A/B.csv: the security A/B (Slash) cannot be written: a file name cannot hold \"/\""});
@@ -189,8 +173,8 @@ public:
 TEST(Export, StopsAtADestinationThatRefusesToBeWritten)
 {
     QTemporaryDir dir;
-    const QString source = dir.filePath(QStringLiteral("source"));
-    const QString csv = dir.filePath(QStringLiteral("csv"));
+    const QString source = dir.filePath("source");
+    const QString csv = dir.filePath("csv");
     makeFolder(source, 3, 2);
     RefusingFileSystem fs;
     convert::ConversionReport report;
@@ -199,7 +183,7 @@ TEST(Export, StopsAtADestinationThatRefusesToBeWritten)
     EXPECT_TRUE(status.text().contains(QLatin1String("Permission denied")));
     EXPECT_EQ(QDir(csv).entryList(QDir::Files), QStringList{"Name 0.S0.X.csv"});
     ASSERT_EQ(report.problems.size(), 1u);
-    EXPECT_EQ(report.problems[0].file, QStringLiteral("Name 1.S1.X.csv"));
+    EXPECT_EQ(report.problems[0].file, "Name 1.S1.X.csv");
 }
 
 // A bad file among good ones: reported with its line, the others converted, the folder unchanged by it.
@@ -207,29 +191,20 @@ TEST(Export, StopsAtADestinationThatRefusesToBeWritten)
 TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
 {
     QTemporaryDir dir;
-    const QString csv = dir.filePath(QStringLiteral("csv"));
-    const QString folder = dir.filePath(QStringLiteral("folder"));
+    const QString csv = dir.filePath("csv");
+    const QString folder = dir.filePath("folder");
     QDir().mkpath(csv);
     store_test::writeFile(
-        QDir(csv).filePath(QStringLiteral("Alpha.AAA.csv")),
+        QDir(csv).filePath("Alpha.AAA.csv"),
         "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/5/2004, 2 , 3 , 2 , 3 , 20 \r\n");
     store_test::writeFile(
-        QDir(csv).filePath(QStringLiteral("Bad.BBB.CSV")),
+        QDir(csv).filePath("Bad.BBB.CSV"),
         "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/32/2004, 1 , 2 , 1 , 2 , 10 \r\n");
-    store_test::writeFile(QDir(csv).filePath(QStringLiteral("notes.txt")), "not a CSV file");
-    makeFolder(folder, 0, 0);
-    {
-        NoSyncFileSystem fs;
-        store::MetaStockWriter writer(fs);
-        ASSERT_TRUE(writer.OpenFolder(folder).ok());
-        ASSERT_TRUE(writer.CreateSecurity(QStringLiteral("AAA"), QStringLiteral("Alpha"), 1).ok());
-        ASSERT_TRUE(writer.AddBar(20040101, 0, 5, 5, 5, 5, 5, 0).ok());
-        ASSERT_TRUE(writer.AddBar(20040102, 0, 9, 9, 9, 9, 9, 0).ok());
-        ASSERT_TRUE(writer.CloseFolder().ok());
-    }
+    store_test::writeFile(QDir(csv).filePath("notes.txt"), "not a CSV file");
+    store_test::makeFolder(folder, {{"AAA", "Alpha", {20040101, 20040102}}});
 
     convert::ConversionReport report;
-    ASSERT_TRUE(importTo(csv, folder, report).ok());
+    ASSERT_OK(importTo(csv, folder, report));
     EXPECT_EQ(report.total, 2);
     EXPECT_EQ(report.converted, 1);
     EXPECT_EQ(problemTexts(report),
@@ -238,8 +213,8 @@ TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
     EXPECT_EQ(bars.keys(), QStringList{"AAA"});
     expectSameBars(
         bars["AAA"],
-        {{20040101, 0, 5, 5, 5, 5, 5, 0}, {20040102, 0, 1, 2, 1, 2, 10, 0}, {20040105, 0, 2, 3, 2, 3, 20, 0}},
-        QStringLiteral("AAA"));
+        {{20040101, 0, 1, 2, 0.5, 1.5, 100, 0}, {20040102, 0, 1, 2, 1, 2, 10, 0}, {20040105, 0, 2, 3, 2, 3, 20, 0}},
+        "AAA");
 }
 
 using store_test::cli;
@@ -248,23 +223,22 @@ using store_test::CliRun;
 TEST(Cli, ExportsAndImportsWithOneLinePerProblem)
 {
     QTemporaryDir dir;
-    const QString source = dir.filePath(QStringLiteral("source"));
-    const QString csv = dir.filePath(QStringLiteral("csv"));
+    const QString source = dir.filePath("source");
+    const QString csv = dir.filePath("csv");
     makeFolder(source, 2, 3);
     const CliRun exported = cli({"export", source, csv, "--locale", "de_DE"});
     EXPECT_EQ(exported.status, 0) << exported.err.constData();
     EXPECT_EQ(exported.out, "2 of 2 converted, 6 bars\n");
-    EXPECT_TRUE(
-        store_test::readFile(QDir(csv).filePath(QStringLiteral("Name 0.S0.X.csv"))).contains("20.12.1999, 0,37 "));
+    EXPECT_TRUE(store_test::readFile(QDir(csv).filePath("Name 0.S0.X.csv")).contains("20.12.1999, 0,37 "));
 
-    store_test::writeFile(QDir(csv).filePath(QStringLiteral("Broken.csv")), "Date,Close\n");
-    const CliRun imported = cli({"import", csv, dir.filePath(QStringLiteral("back")), "--locale", "de_DE"});
+    store_test::writeFile(QDir(csv).filePath("Broken.csv"), "Date,Close\n");
+    const CliRun imported = cli({"import", csv, dir.filePath("back"), "--locale", "de_DE"});
     EXPECT_EQ(imported.status, 1);
     EXPECT_EQ(imported.out, "2 of 3 converted, 6 bars, 1 with problems\n");
     EXPECT_EQ(imported.err,
               "ticksmith-cli: Broken.csv, line 1: the header line names no column High, Low, Volume (it needs "
               "Date, High, Low, Close and Volume)\n");
-    EXPECT_EQ(cli({"import", dir.filePath(QStringLiteral("missing")), csv}).status, 2);
+    EXPECT_EQ(cli({"import", dir.filePath("missing"), csv}).status, 2);
     EXPECT_EQ(cli({"export", source}).status, 2);
 }
 

@@ -1,11 +1,7 @@
 #pragma once
 
 #include "../store/storetest.h"
-#include "store/filesystem.h"
-#include "store/metastockreader.h"
-#include "store/metastockwriter.h"
 
-#include <QByteArray>
 #include <QMap>
 
 #include <gtest/gtest.h>
@@ -16,23 +12,22 @@ namespace convert_test {
 
 using store_test::NoSyncFileSystem;
 
-// Every bar of every daily security, by symbol; the values as the reader gives them.
+// Every bar of every security, by symbol in capitals; the values as the reader gives them.
 using FolderBars = QMap<QString, std::vector<store::PriceBar>>;
 
 inline FolderBars barsOf(const QString& folder)
 {
     FolderBars found;
-    store::MetaStockReader reader;
-    EXPECT_TRUE(reader.OpenFolder(folder).ok()) << qPrintable(folder);
+    store::MetaStockReader reader; // one for all: opening a folder reads its whole index
+    EXPECT_OK(reader.OpenFolder(folder));
+    store::SecurityDescriptor security;
     qint32 more = 0;
-    while (reader.HasMoreSecurities(more).ok() && more > 0 && reader.NextSecurity().ok()) {
-        QString symbol;
-        EXPECT_TRUE(reader.GetSymbol(symbol).ok());
-        EXPECT_TRUE(reader.SelectSecurity(symbol).ok()) << qPrintable(symbol);
-        auto& bars = found[symbol.toUpper()];
-        store::PriceBar bar;
-        while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok() && reader.GetBar(bar).ok())
-            bars.push_back(bar);
+    while (reader.HasMoreSecurities(more).ok() && more > 0 && reader.NextSecurity().ok()
+           && reader.GetSecurity(security).ok()) {
+        EXPECT_OK(reader.SelectSecurity(security.symbol));
+        auto& bars = found[security.symbol.toUpper()];
+        while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok())
+            EXPECT_OK(reader.GetBar(bars.emplace_back()));
     }
     return found;
 }
@@ -43,21 +38,20 @@ inline void makeFolder(const QString& folder, int securities, int bars)
 {
     NoSyncFileSystem fs;
     store::MetaStockWriter writer(fs);
-    ASSERT_TRUE(writer.CreateFolder(folder).ok());
-    ASSERT_TRUE(writer.OpenFolder(folder).ok());
+    ASSERT_OK(writer.CreateFolder(folder));
+    ASSERT_OK(writer.OpenFolder(folder));
     for (int s = 0; s < securities; ++s) {
-        ASSERT_TRUE(writer.CreateSecurity(QStringLiteral("S%1.X").arg(s), QStringLiteral("Name %1").arg(s), 1).ok());
+        ASSERT_OK(writer.CreateSecurity(QStringLiteral("S%1.X").arg(s), QStringLiteral("Name %1").arg(s), 1));
         for (int b = 0; b < bars; ++b) {
             const double price = (s + 1) * 0.37 + b * 1.013;
             const qint32 date = 19991220 + (b % 10) + (b / 10) * 10000;
-            ASSERT_TRUE(
-                writer.AddBar(date, 0, price, price * 1.5, price / 3, -price / 7, b * 123457.0 + 1e-4 * s, 0).ok());
+            ASSERT_OK(writer.AddBar(date, 0, price, price * 1.5, price / 3, -price / 7, b * 123457.0 + 1e-4 * s, 0));
         }
-        ASSERT_TRUE(writer.CloseSecurity().ok());
     }
-    ASSERT_TRUE(writer.CloseFolder().ok());
+    ASSERT_OK(writer.CloseFolder());
 }
 
+// The bars a CSV file carries: date and prices and volume, no time nor open interest.
 inline void expectSameBars(const std::vector<store::PriceBar>& actual,
                            const std::vector<store::PriceBar>& expected,
                            const QString& symbol)

@@ -12,6 +12,7 @@
 namespace {
 
 using store_test::nameOf;
+using store_test::operator<<;
 
 struct NumberCase
 {
@@ -46,19 +47,6 @@ INSTANTIATE_TEST_SUITE_P(
                       NumberCase{"decimal comma", 0.5, ',', " 0,5 "}),
     nameOf<NumberCase>);
 
-TEST(CsvLineWriter, WritesHeaderAndBarsInTheLocalesForm)
-{
-    const store::PriceBar bar{20040501, 0, 12.5, 13, double(12.1f), 12.75, 10000, 0};
-    std::string us;
-    convert::CsvLineWriter writer(QLocale(QLocale::English, QLocale::UnitedStates));
-    writer.appendHeader(us);
-    writer.appendBar(us, bar);
-    EXPECT_EQ(us, "Date,Open,High,Low,Close,Volume\r\n5/1/2004, 12.5 , 13 , 12.1 , 12.75 , 10000 \r\n");
-    std::string german;
-    convert::CsvLineWriter(QLocale(QLocale::German, QLocale::Germany)).appendBar(german, bar);
-    EXPECT_EQ(german, "01.05.2004, 12,5 , 13 , 12,1 , 12,75 , 10000 \r\n");
-}
-
 struct NameCase
 {
     const char* what;
@@ -92,10 +80,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(FileNames, AreWrittenFromTheNameCutAndTheWholeSymbol)
 {
-    EXPECT_EQ(convert::csvFileName(QStringLiteral("ABCDE FGHIJKL"), QStringLiteral("XYZ.NS")),
-              QStringLiteral("ABCDE FGHI.XYZ.NS.csv"));
-    EXPECT_EQ(convert::csvFileName(QStringLiteral("Short"), QStringLiteral("zodIb.st")),
-              QStringLiteral("Short.ZODIB.ST.csv"));
+    EXPECT_EQ(convert::csvFileName("ABCDE FGHIJKL", "XYZ.NS"), "ABCDE FGHI.XYZ.NS.csv");
+    EXPECT_EQ(convert::csvFileName("Short", "zodIb.st"), "Short.ZODIB.ST.csv");
 }
 
 bool readText(const QByteArray& text,

@@ -20,6 +20,7 @@ namespace {
 using store::MetaStockWriter;
 using store::SecurityDescriptor;
 using store_test::securitiesOf;
+using store_test::operator<<;
 using store_test::snapshot;
 
 enum class Change

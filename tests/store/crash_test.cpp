@@ -16,6 +16,16 @@
 
 #include <functional>
 #include <iostream>
+#include <sstream>
+
+namespace store_test {
+
+std::ostream& operator<<(std::ostream& out, CrashModel model)
+{
+    return out << (model == CrashModel::Posix ? "posix" : "ext4");
+}
+
+} // namespace store_test
 
 namespace {
 
@@ -24,6 +34,7 @@ using store::Status;
 using store_test::CrashModel;
 using store_test::Files;
 using store_test::SimFileSystem;
+using store_test::operator<<;
 using W = MetaStockWriter;
 
 const QString folder = QStringLiteral("/simulated/data");
@@ -114,11 +125,6 @@ struct CrashCase
     Sequence sequence;
 };
 
-void PrintTo(const CrashCase& param, std::ostream* out)
-{
-    *out << param.what;
-}
-
 const Sequence appendOne = session([](W& w) { return w.AddBar(20200111, 0, 5, 5, 5, 5, 5, 0); }, true, false);
 const Sequence deleteS3 = session([](W& w) { return w.DeleteSecurity("S3"); }, false, false);
 
@@ -187,8 +193,6 @@ struct Counts
     size_t checked = 0;
     size_t possible = 0;
 };
-
-Counts total;
 
 class CrashTest : public ::testing::TestWithParam<std::tuple<CrashCase, CrashModel>>
 {
@@ -296,35 +300,17 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
         }
     }
 
-    std::cout << "[ states   ] " << param.what << (model() == CrashModel::Posix ? " (POSIX)" : " (ext4)") << ": "
-              << points << " operations, " << m_counts.checked << " states reopened and checked; " << m_counts.possible
+    std::cout << "[ states   ] " << param.what << " (" << model() << "): " << points << " operations, "
+              << m_counts.checked << " states reopened and checked; " << m_counts.possible
               << " states possible at the cuts\n";
-    total.checked += m_counts.checked;
-    total.possible += m_counts.possible;
 }
 
-INSTANTIATE_TEST_SUITE_P(Sequences,
-                         CrashTest,
-                         ::testing::Combine(::testing::ValuesIn(crashCases),
-                                            ::testing::Values(CrashModel::Ext4Ordered, CrashModel::Posix)),
-                         [](const auto& test) {
-                             return std::string(std::get<0>(test.param).what)
-                                 + (std::get<1>(test.param) == CrashModel::Posix ? "_posix" : "_ext4");
-                         });
-
-// The total over the sequences that ran, when the program ends.
-class TotalStates : public ::testing::Environment
-{
-public:
-    void TearDown() override
-    {
-        if (total.checked > 0)
-            std::cout << "[ states   ] " << total.checked << " states reopened and checked in all; " << total.possible
-                      << " states possible at the cuts, sampled beyond " << statesPerCrashPoint(0) << " per cut ("
-                      << statesPerCrashPoint(255) << " for folders of 255 securities)\n";
-    }
-};
-
-[[maybe_unused]] const auto* const totalStates = ::testing::AddGlobalTestEnvironment(new TotalStates);
+INSTANTIATE_TEST_SUITE_P(
+    Sequences,
+    CrashTest,
+    ::testing::Combine(::testing::ValuesIn(crashCases), ::testing::Values(CrashModel::Ext4Ordered, CrashModel::Posix)),
+    [](const auto& test) {
+        return (std::stringstream() << std::get<0>(test.param) << '_' << std::get<1>(test.param)).str();
+    });
 
 } // namespace

@@ -8,7 +8,6 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QTreeWidget>
 
 #include <gtest/gtest.h>
@@ -71,7 +70,6 @@ TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
               (QStringList{"Security AAA Already Exists.",
                            "The name \"A name of forty-six characters, one too many!!\" is longer than 45 characters.",
                            "Securities are created."}));
-    EXPECT_EQ(context.prompter().prompts.back().title, "The Ticksmith");
     EXPECT_EQ(rows(window).size(), 4);
 
     // The list stays: a second run only reports what exists now.
@@ -79,32 +77,6 @@ TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
     window.Command3->click();
     EXPECT_EQ(context.prompter().messages().count("Securities are created."), 1);
     EXPECT_EQ(context.prompter().messages().size(), 5);
-}
-
-// 300 in one go pass the 255 of MASTER into XMASTER; the folder checks clean.
-TEST_F(CreateMultipleTest, ThreeHundredSecuritiesFillMasterAndGoOnInXmaster)
-{
-    QList<std::pair<QString, QString>> entries;
-    for (int i = 1; i <= 300; ++i)
-        entries.append({QStringLiteral("Security number %1").arg(i), QStringLiteral("S%1").arg(i)});
-    choose(entries);
-    // Each security reaches the medium on its own, which a memory file system makes cheap: where there
-    // is one, the test stays quick.
-    const QString shm = QStringLiteral("/dev/shm");
-    QTemporaryDir memory(QDir(shm).exists() ? shm + "/ticksmith-XXXXXX" : QDir::tempPath() + "/ticksmith-XXXXXX");
-    const QString missing = memory.filePath("new");
-    frmCreateMultiple window(context);
-    window.Text1->setText(missing);
-    context.prompter().answers = {true};
-    window.Command3->click();
-
-    const auto securities = securitiesOf(missing);
-    ASSERT_EQ(securities.size(), 300u);
-    EXPECT_EQ(securities[254].fileName, "F255.DAT");
-    EXPECT_EQ(securities[299].fileName, "F300.MWD");
-    EXPECT_EQ(securities[299].name, "Security number 300");
-    EXPECT_EQ(store_test::problemsOf(missing), QString());
-    EXPECT_EQ(context.prompter().messages(), QStringList{"Securities are created."});
 }
 
 // Nothing is written without a folder, or when the user does not want it created; an empty list in a
@@ -138,7 +110,6 @@ TEST_F(CreateMultipleTest, BrowseEndsTheFolderWithASeparator)
         window.Command1->click();
         EXPECT_EQ(window.Text1->text(), expected);
     }
-    EXPECT_EQ(context.prompter().prompts[0].title, "Browse For Folder");
 }
 
 // The lookup opens for several entries; a name the list has already is not added again, also when the

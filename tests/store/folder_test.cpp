@@ -18,6 +18,7 @@ using store::ErrorCode;
 using store::MetaStockReader;
 using store::MetaStockWriter;
 using store_test::hex;
+using store_test::operator<<;
 using store_test::problemsOf;
 using store_test::readFile;
 using store_test::snapshot;
@@ -29,14 +30,9 @@ class FolderTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        MetaStockWriter writer;
-        ASSERT_OK(writer.OpenFolder(m_dir.path()));
-        ASSERT_OK(writer.CreateSecurity("ABC", "Alpha Beta Gamma Delta", 1));
-        for (qint32 date : {20200102, 20200103, 20200106})
-            ASSERT_OK(writer.AddBar(date, 0, 1, 2, 0.5, 1.5, 100, 0));
-        ASSERT_OK(writer.CreateSecurity("DEF", "Def", 1));
-        ASSERT_OK(writer.AddBar(20200102, 0, 1, 1, 1, 1, 1, 0));
-        ASSERT_OK(writer.CloseFolder());
+        store_test::makeFolder(
+            m_dir.path(),
+            {{"ABC", "Alpha Beta Gamma Delta", {20200102, 20200103, 20200106}}, {"DEF", "Def", {20200102}}});
         ASSERT_EQ(problemsOf(m_dir.path()), QString());
     }
 

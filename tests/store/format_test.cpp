@@ -16,10 +16,11 @@ namespace {
 using namespace store::metastock;
 
 using store_test::hex;
+using store_test::operator<<;
 
 struct MbfCase
 {
-    double value;
+    const char* what; // the value
     const char* bytes; // in file order
 };
 
@@ -28,24 +29,26 @@ class MbfTest : public ::testing::TestWithParam<MbfCase>
 
 TEST_P(MbfTest, ConvertsBothWays)
 {
+    const double value = QByteArray(GetParam().what).toDouble();
     const QByteArray bytes = hex(GetParam().bytes);
-    const auto word = floatToMbf(GetParam().value);
+    const auto word = floatToMbf(value);
     ASSERT_TRUE(word.has_value());
     EXPECT_EQ(*word, readU32(bytes.constData()));
-    EXPECT_EQ(mbfToFloat(readU32(bytes.constData())), static_cast<float>(GetParam().value));
+    EXPECT_EQ(mbfToFloat(readU32(bytes.constData())), static_cast<float>(value));
 }
 
 INSTANTIATE_TEST_SUITE_P(Values,
                          MbfTest,
-                         ::testing::Values(MbfCase{0.0, "00 00 00 00"},
-                                           MbfCase{0.5, "00 00 00 80"},
-                                           MbfCase{1.0, "00 00 00 81"},
-                                           MbfCase{-1.0, "00 00 80 81"},
-                                           MbfCase{12.75, "00 00 4C 84"},
-                                           MbfCase{79.97, "A4 F0 1F 87"},
-                                           MbfCase{1050101, "A8 2F 00 95"},
-                                           MbfCase{16777217, "00 00 00 99"}, // rounds to 2^24
-                                           MbfCase{90500, "00 C2 30 91"}));
+                         ::testing::Values(MbfCase{"0", "00 00 00 00"},
+                                           MbfCase{"0.5", "00 00 00 80"},
+                                           MbfCase{"1", "00 00 00 81"},
+                                           MbfCase{"-1", "00 00 80 81"},
+                                           MbfCase{"12.75", "00 00 4C 84"},
+                                           MbfCase{"79.97", "A4 F0 1F 87"},
+                                           MbfCase{"1050101", "A8 2F 00 95"},
+                                           MbfCase{"16777217", "00 00 00 99"}, // rounds to 2^24
+                                           MbfCase{"90500", "00 C2 30 91"}),
+                         store_test::nameOf<MbfCase>);
 
 TEST(Mbf, EdgesOfTheRange)
 {
@@ -80,9 +83,21 @@ struct LayoutCase
 {
     int count;
     char periodicity;
-    const char* record; // the bar's fields, in file order
+    const char* order; // the fields in file order: Date, Time, Open, High, Low, Close, Volume, Interest
     const char* line; // as the reference reader prints it
+
+    friend void PrintTo(const LayoutCase& c, std::ostream* out) { *out << c.count << c.periodicity; }
 };
+
+// Each field's bytes, in the order of `LayoutCase::order`'s letters DTOHLCVI, written down by hand.
+const char* const fieldBytes[] = {"B8 2F 00 95", // 20050103
+                                  "00 C2 30 91", // 90500
+                                  "00 00 4C 84", // 12.75
+                                  "00 00 58 84", // 13.5
+                                  "00 00 48 84", // 12.5
+                                  "00 00 50 84", // 13
+                                  "00 00 7A 8A", // 1000
+                                  "00 00 7A 8A"};
 
 class LayoutTest : public ::testing::TestWithParam<LayoutCase>
 {};
@@ -92,9 +107,10 @@ TEST_P(LayoutTest, ReadsTheFields)
     const LayoutCase& c = GetParam();
     const quint8 fields = fieldsFromCount(c.count, c.periodicity);
     ASSERT_EQ(fieldCount(fields), c.count);
-    const QByteArray record = hex(c.record);
-    ASSERT_EQ(record.size(), 4 * c.count);
-    const QByteArray file = hex("00 00 02 00") + QByteArray(4 * c.count - 4, '\0') + record;
+    QByteArray file = hex("00 00 02 00") + QByteArray(4 * c.count - 4, '\0');
+    for (const char* field = c.order; *field; ++field)
+        file += hex(fieldBytes[QByteArray("DTOHLCVI").indexOf(*field)]);
+    ASSERT_EQ(file.size(), 8 * c.count);
 
     std::vector<Bar> bars;
     Problems problems;
@@ -110,42 +126,16 @@ INSTANTIATE_TEST_SUITE_P(
     Layouts,
     LayoutTest,
     ::testing::Values(
-        LayoutCase{4,
-                   'D',
-                   "B8 2F 00 95 00 00 58 84 00 00 48 84 00 00 50 84",
-                   "X,2005-01-03,00:00:00,-0.00000,13.50000,12.50000,13.00000,-0,-0"},
-        LayoutCase{5,
-                   'D',
-                   "B8 2F 00 95 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
-                   "X,2005-01-03,00:00:00,-0.00000,13.50000,12.50000,13.00000,1000,-0"},
-        LayoutCase{5,
-                   'I',
-                   "B8 2F 00 95 00 C2 30 91 00 00 58 84 00 00 48 84 00 00 50 84",
-                   "X,2005-01-03,09:05:00,-0.00000,13.50000,12.50000,13.00000,-0,-0"},
-        LayoutCase{6,
-                   'D',
-                   "B8 2F 00 95 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
-                   "X,2005-01-03,00:00:00,12.75000,13.50000,12.50000,13.00000,1000,-0"},
-        LayoutCase{6,
-                   'I',
-                   "B8 2F 00 95 00 C2 30 91 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
-                   "X,2005-01-03,09:05:00,-0.00000,13.50000,12.50000,13.00000,1000,-0"},
-        LayoutCase{7,
-                   'D',
-                   "B8 2F 00 95 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A 00 00 7A 8A",
-                   "X,2005-01-03,00:00:00,12.75000,13.50000,12.50000,13.00000,1000,1000"},
-        LayoutCase{7,
-                   'I',
-                   "B8 2F 00 95 00 C2 30 91 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A",
-                   "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,-0"},
-        LayoutCase{8,
-                   'D',
-                   "B8 2F 00 95 00 C2 30 91 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A 00 00 7A 8A",
-                   "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,1000"},
-        LayoutCase{8,
-                   'I',
-                   "B8 2F 00 95 00 C2 30 91 00 00 4C 84 00 00 58 84 00 00 48 84 00 00 50 84 00 00 7A 8A 00 00 7A 8A",
-                   "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,1000"}));
+        LayoutCase{4, 'D', "DHLC", "X,2005-01-03,00:00:00,-0.00000,13.50000,12.50000,13.00000,-0,-0"},
+        LayoutCase{5, 'D', "DHLCV", "X,2005-01-03,00:00:00,-0.00000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{5, 'I', "DTHLC", "X,2005-01-03,09:05:00,-0.00000,13.50000,12.50000,13.00000,-0,-0"},
+        LayoutCase{6, 'D', "DOHLCV", "X,2005-01-03,00:00:00,12.75000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{6, 'I', "DTHLCV", "X,2005-01-03,09:05:00,-0.00000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{7, 'D', "DOHLCVI", "X,2005-01-03,00:00:00,12.75000,13.50000,12.50000,13.00000,1000,1000"},
+        LayoutCase{7, 'I', "DTOHLCV", "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,-0"},
+        LayoutCase{8, 'D', "DTOHLCVI", "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,1000"},
+        LayoutCase{8, 'I', "DTOHLCVI", "X,2005-01-03,09:05:00,12.75000,13.50000,12.50000,13.00000,1000,1000"}),
+    [](const auto& test) { return std::to_string(test.param.count) + test.param.periodicity; });
 
 struct BrokenFile
 {
@@ -179,6 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
                       BrokenFile{"counter 0", hex("00 00 00 00") + oneBar.mid(4), false},
                       BrokenFile{"truncated bar", oneBar.left(40), false},
                       BrokenFile{"bytes after the bars", oneBar + "xyz", true},
-                      BrokenFile{"no date", hex("00 00 02 00") + QByteArray(52, '\0'), true}));
+                      BrokenFile{"no date", hex("00 00 02 00") + QByteArray(52, '\0'), true}),
+    store_test::nameOf<BrokenFile>);
 
 } // namespace

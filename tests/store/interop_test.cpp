@@ -31,6 +31,14 @@ QList<QByteArray> fileLines(const QString& path)
     return lines;
 }
 
+// Line by line, so that a difference names its line.
+void expectSameLines(const QList<QByteArray>& actual, const QList<QByteArray>& expected)
+{
+    ASSERT_EQ(actual.size(), expected.size());
+    for (qsizetype i = 0; i < actual.size(); ++i)
+        ASSERT_EQ(actual[i].toStdString(), expected[i].toStdString()) << "line " << i + 1;
+}
+
 class SampleTest : public ::testing::TestWithParam<const char*>
 {
 protected:
@@ -51,18 +59,14 @@ protected:
 
 TEST_P(SampleTest, SecuritiesMatchTheReference)
 {
-    QList<QByteArray> expected = fileLines(m_sample + QStringLiteral("/securities.csv"));
     QList<QByteArray> actual{securitiesCsvHeader()};
     for (const IndexEntry* entry : m_index.securities())
         actual << securitiesCsvLine(*entry);
-    ASSERT_EQ(actual.size(), expected.size());
-    for (qsizetype i = 0; i < actual.size(); ++i)
-        ASSERT_EQ(actual[i].toStdString(), expected[i].toStdString()) << "line " << i + 1;
+    expectSameLines(actual, fileLines(m_sample + "/securities.csv"));
 }
 
 TEST_P(SampleTest, BarsMatchTheReference)
 {
-    QList<QByteArray> expected = fileLines(m_sample + QStringLiteral("/bars.csv"));
     QList<QByteArray> actual{barsCsvHeader()};
     for (const IndexEntry* entry : m_index.securities()) {
         std::vector<Bar> bars;
@@ -71,9 +75,7 @@ TEST_P(SampleTest, BarsMatchTheReference)
         for (const Bar& bar : bars)
             actual << barsCsvLine(entry->symbol, entry->fields, bar);
     }
-    ASSERT_EQ(actual.size(), expected.size());
-    for (qsizetype i = 0; i < actual.size(); ++i)
-        ASSERT_EQ(actual[i].toStdString(), expected[i].toStdString()) << "line " << i + 1;
+    expectSameLines(actual, fileLines(m_sample + "/bars.csv"));
 }
 
 // The same through the reader the windows use: names, files and stored dates of securities.csv, and

@@ -69,15 +69,8 @@ protected:
     void SetUp() override
     {
         m_folder = m_root.filePath(QStringLiteral("data"));
-        store_test::NoSyncFileSystem fs;
-        MetaStockWriter writer(fs);
-        ASSERT_OK(writer.CreateFolder(m_folder));
-        ASSERT_OK(writer.OpenFolder(m_folder));
-        for (const QString& symbol : symbols) {
-            ASSERT_OK(writer.CreateSecurity(symbol, symbol, 1));
-            ASSERT_OK(writer.AddBar(dayNumber(0), 0, 1, 1, 1, 1, 1, 0));
-        }
-        ASSERT_OK(writer.CloseFolder());
+        store_test::makeFolder(m_folder,
+                               {{symbols[0], symbols[0], {dayNumber(0)}}, {symbols[1], symbols[1], {dayNumber(0)}}});
     }
 
     void start(const char* role)

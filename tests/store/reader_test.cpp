@@ -1,7 +1,6 @@
 // The reader, the progress display and the search, in the orders the windows call them.
 
 #include "store/metastockreader.h"
-#include "store/metastockwriter.h"
 #include "store/progresswindow.h"
 #include "store/securitysearch.h"
 #include "storetest.h"
@@ -16,111 +15,26 @@ namespace {
 
 using store::ErrorCode;
 using store::MetaStockReader;
-using store::MetaStockWriter;
 using store::ProgressWindow;
 using store::SecuritySearch;
 
-// ABC "Alpha" with 5 bars from 2021-03-01, and EMPTY "Nothing yet" created at 2021-06-01 without bars.
+// ABC "Alpha" with bars of 1 to 5 March 2021, and EMPTY "Nothing yet" without bars.
 void writeFolder(const QString& folder)
 {
-    MetaStockWriter writer;
-    ASSERT_OK(writer.CreateFolder(folder));
-    ASSERT_OK(writer.OpenFolder(folder));
-    ASSERT_OK(writer.CreateSecurity("ABC", "Alpha", store::Weekly));
-    for (int day = 1; day <= 5; ++day)
-        ASSERT_OK(writer.AddBar(20210300 + day, 0, day, day + 1, day - 0.5, day + 0.25, 100 * day, 0));
-    ASSERT_OK(writer.CreateSecurity("EMPTY", "Nothing yet", store::Daily));
-    ASSERT_OK(writer.AddBar(20210601, 0, 0, 0, 0, 0, 0, 0));
-    ASSERT_OK(writer.DeleteBar("20210601"));
-    ASSERT_OK(writer.CloseFolder());
+    store_test::makeFolder(
+        folder,
+        {{"ABC", "Alpha", {20210301, 20210302, 20210303, 20210304, 20210305}}, {"EMPTY", "Nothing yet"}});
 }
 
+// Listing and reading are checked through the data sheet, which calls the reader in the same order
+// (datasheet_test.cpp); here what the windows never ask.
 class ReaderTest : public ::testing::Test
 {
 protected:
     void SetUp() override { writeFolder(m_dir.path()); }
 
-    // As the data sheet reads a security, cancelling after `cancelAfter` steps; returns the closes read.
-    std::vector<double> readBars(const QString& symbol, int cancelAfter = -1)
-    {
-        std::vector<double> result;
-        ProgressWindow progress(ProgressWindow::Display::Silent);
-        MetaStockReader reader;
-        qint32 count = 0, first = 0, last = 0, periodicity = 0;
-        EXPECT_OK(progress.Open());
-        EXPECT_OK(reader.OpenFolder(m_dir.path()));
-        EXPECT_OK(reader.SelectSecurity(symbol));
-        EXPECT_OK(reader.GetBarCount(count));
-        EXPECT_OK(progress.SetRange(0, count));
-        EXPECT_OK(progress.SetVisible(1));
-        EXPECT_OK(progress.SetCaption("Read Security data..."));
-        EXPECT_OK(progress.SetLabel("Progress...."));
-        EXPECT_OK(reader.GetFirstDate(first));
-        EXPECT_OK(reader.GetPeriodicity(periodicity));
-        EXPECT_OK(reader.SetDateField(2));
-        EXPECT_OK(reader.GetFirstDate(last));
-        m_dates = {first, last, periodicity};
-        qint32 more = 0;
-        while (reader.HasMoreBars(more).ok() && more >= 1) {
-            double close = 0;
-            qint32 date = 0;
-            EXPECT_OK(reader.ReadNextBar());
-            EXPECT_OK(reader.GetBarDate(date));
-            EXPECT_OK(reader.GetClose(close));
-            result.push_back(close);
-            EXPECT_OK(progress.Step());
-            if (int(result.size()) == cancelAfter)
-                progress.cancel();
-            bool cancelled = false;
-            EXPECT_OK(progress.IsCancelled(cancelled));
-            if (cancelled)
-                break;
-        }
-        EXPECT_EQ(progress.state().value, int(result.size()));
-        EXPECT_OK(reader.CloseSecurity());
-        EXPECT_OK(reader.Close());
-        EXPECT_OK(progress.Close());
-        return result;
-    }
-
     QTemporaryDir m_dir;
-    std::vector<qint32> m_dates;
 };
-
-TEST_F(ReaderTest, ReadsBarsWithProgress)
-{
-    EXPECT_EQ(readBars("abc"), (std::vector<double>{1.25, 2.25, 3.25, 4.25, 5.25}));
-    EXPECT_EQ(m_dates, (std::vector<qint32>{20210301, 20210305, store::Weekly}));
-    EXPECT_EQ(readBars("ABC", 2).size(), 2u);
-    // A security without bars reports its first date as first and last.
-    EXPECT_TRUE(readBars("EMPTY").empty());
-    EXPECT_EQ(m_dates, (std::vector<qint32>{20210601, 20210601, store::Daily}));
-}
-
-TEST_F(ReaderTest, ListsTheFolderAndKeepsTheLastSecurityAfterClose)
-{
-    // As the windows list a folder.
-    MetaStockReader reader;
-    ASSERT_OK(reader.OpenFolder(m_dir.path()));
-    QStringList rows;
-    qint32 more = 0;
-    while (reader.HasMoreSecurities(more).ok() && more >= 1) {
-        QString name, symbol, file;
-        qint32 last = 0;
-        ASSERT_OK(reader.NextSecurity());
-        ASSERT_OK(reader.GetName(name));
-        ASSERT_OK(reader.GetSymbol(symbol));
-        ASSERT_OK(reader.GetFileName(file));
-        ASSERT_OK(reader.GetLastDate(last));
-        rows << QStringLiteral("%1 %2 %3 %4").arg(name, symbol, file).arg(last);
-    }
-    EXPECT_EQ(rows, (QStringList{"Alpha ABC F1.DAT 20210305", "Nothing yet EMPTY F2.DAT 20210601"}));
-    EXPECT_FAILS_WITH(reader.NextSecurity(), ErrorCode::NoMoreData);
-    ASSERT_OK(reader.Close());
-    QString symbol;
-    ASSERT_OK(reader.GetSymbol(symbol));
-    EXPECT_EQ(symbol, "EMPTY");
-}
 
 TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
 {
@@ -134,53 +48,56 @@ TEST_F(ReaderTest, RefusesWhatItCannotAnswer)
     EXPECT_FAILS_WITH(reader.SelectSecurity("NONE"), ErrorCode::NotFound);
     EXPECT_FAILS_WITH(reader.SetDateField(3), ErrorCode::InvalidArgument);
     // As the delete-before-date window does: by name, closed before its security.
+    ASSERT_OK(reader.SelectSecurity("abc"));
     ASSERT_OK(reader.SelectSecurityByName("alpha"));
     EXPECT_FAILS_WITH(reader.GetOpen(value), ErrorCode::NoMoreData); // before the first ReadNextBar
     ASSERT_OK(reader.GetFirstDate(number));
     EXPECT_EQ(number, 20210301);
     ASSERT_OK(reader.Close());
     ASSERT_OK(reader.CloseSecurity());
+    // Past the last security.
+    ASSERT_OK(reader.OpenFolder(m_dir.path()));
+    for (int i = 0; i < 2; ++i)
+        ASSERT_OK(reader.NextSecurity());
+    EXPECT_FAILS_WITH(reader.NextSecurity(), ErrorCode::NoMoreData);
 }
 
-TEST(ProgressWindowTest, ShowsARealWindowWhenAsked)
+// The data sheet's progress: a real window whose Cancel is seen, or silent offscreen; never past its range.
+TEST(ProgressWindowTest, ShowsARealWindowWhenAskedAndStopsAtItsRange)
 {
-    ProgressWindow progress(ProgressWindow::Display::Window);
-    ASSERT_OK(progress.Open());
-    ASSERT_OK(progress.SetRange(0, 10));
-    ASSERT_OK(progress.SetCaption("Read Security data..."));
-    ASSERT_OK(progress.SetLabel("Progress...."));
-    ASSERT_OK(progress.SetVisible(1));
-    ASSERT_OK(progress.Step());
-    QProgressDialog* dialog = nullptr;
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        dialog = dialog ? dialog : qobject_cast<QProgressDialog*>(widget);
-    ASSERT_NE(dialog, nullptr);
-    EXPECT_TRUE(dialog->isVisible());
-    EXPECT_EQ(dialog->windowTitle(), "Read Security data...");
-    EXPECT_EQ(dialog->labelText(), "Progress....");
-    EXPECT_EQ(dialog->maximum(), 10);
-    EXPECT_EQ(dialog->value(), 1);
-    bool cancelled = true;
-    ASSERT_OK(progress.IsCancelled(cancelled));
-    EXPECT_FALSE(cancelled);
-    dialog->cancel();
-    ASSERT_OK(progress.IsCancelled(cancelled));
-    EXPECT_TRUE(cancelled);
-    ASSERT_OK(progress.Close());
-    for (QWidget* widget : QApplication::topLevelWidgets())
-        EXPECT_EQ(qobject_cast<QProgressDialog*>(widget), nullptr);
-}
-
-TEST(ProgressWindowTest, IsSilentOffscreenAndStopsAtItsRange)
-{
-    ProgressWindow progress;
-    ASSERT_OK(progress.Open());
-    ASSERT_OK(progress.SetRange(0, 2));
-    ASSERT_OK(progress.SetVisible(1));
-    for (int i = 0; i < 5; ++i)
-        ASSERT_OK(progress.Step());
-    EXPECT_EQ(progress.state().value, 2);
-    EXPECT_TRUE(QApplication::topLevelWidgets().isEmpty());
+    const auto dialogShown = [] {
+        QProgressDialog* dialog = nullptr;
+        for (QWidget* widget : QApplication::topLevelWidgets())
+            dialog = dialog ? dialog : qobject_cast<QProgressDialog*>(widget);
+        return dialog;
+    };
+    for (const auto display : {ProgressWindow::Display::Window, ProgressWindow::Display::Automatic}) {
+        ProgressWindow progress(display);
+        ASSERT_OK(progress.Open());
+        ASSERT_OK(progress.SetRange(0, 2));
+        ASSERT_OK(progress.SetCaption("Read Security data..."));
+        ASSERT_OK(progress.SetVisible(1));
+        for (int i = 0; i < 5; ++i)
+            ASSERT_OK(progress.Step());
+        EXPECT_EQ(progress.state().value, 2);
+        QProgressDialog* dialog = dialogShown();
+        ASSERT_EQ(dialog != nullptr, display == ProgressWindow::Display::Window);
+        bool cancelled = true;
+        ASSERT_OK(progress.IsCancelled(cancelled));
+        EXPECT_FALSE(cancelled);
+        if (dialog) {
+            EXPECT_TRUE(dialog->isVisible());
+            EXPECT_EQ(dialog->windowTitle(), "Read Security data...");
+            EXPECT_EQ(dialog->value(), 2);
+            dialog->cancel();
+        } else {
+            progress.cancel(); // as Ctrl-C in the command line does
+        }
+        ASSERT_OK(progress.IsCancelled(cancelled));
+        EXPECT_TRUE(cancelled);
+        ASSERT_OK(progress.Close());
+        EXPECT_EQ(dialogShown(), nullptr);
+    }
 }
 
 TEST(PatternTest, MatchesWithStarsCaseBlind)
@@ -214,12 +131,7 @@ protected:
     void SetUp() override
     {
         writeFolder(m_dir.path());
-        const QString inner = m_dir.filePath("sub/inner");
-        MetaStockWriter writer;
-        ASSERT_OK(writer.CreateFolder(inner));
-        ASSERT_OK(writer.OpenFolder(inner));
-        ASSERT_OK(writer.CreateSecurity("ABD", "Abacus", 1));
-        ASSERT_OK(writer.CloseFolder());
+        store_test::makeFolder(m_dir.filePath("sub/inner"), {{"ABD", "Abacus"}});
         ASSERT_TRUE(QDir().mkpath(m_dir.filePath("other")));
     }
 
@@ -268,6 +180,11 @@ TEST_F(SearchTest, FindsBySymbolOrName)
     EXPECT_EQ(search("XYZ", true), QStringList());
     EXPECT_EQ(m_progress,
               (QStringList{"Finding..... .", "Finding..... other", "Finding..... sub", "Finding..... sub/inner", ""}));
+
+    SecuritySearch missing;
+    EXPECT_FAILS_WITH(missing.Start("*", m_dir.filePath("missing")), ErrorCode::NotFound);
+    QString name;
+    EXPECT_FAILS_WITH(missing.GetName(name), ErrorCode::NoMoreData);
 }
 
 // A folder the process may not list (the test runs with any rights, so the file system says so).
@@ -307,14 +224,6 @@ TEST_F(SearchTest, LinkLoopsUnreadableAndDamagedFoldersNeitherHangNorStopTheSear
     ASSERT_EQ(search.problems().size(), 2) << qPrintable(search.problems().join(u'\n'));
     EXPECT_TRUE(search.problems()[0].contains("broken")) << qPrintable(search.problems()[0]);
     EXPECT_TRUE(search.problems()[1].endsWith("other: the folder cannot be read")) << qPrintable(search.problems()[1]);
-}
-
-TEST_F(SearchTest, MissingFolderFails)
-{
-    SecuritySearch search;
-    EXPECT_FAILS_WITH(search.Start("*", m_dir.filePath("missing")), ErrorCode::NotFound);
-    QString name;
-    EXPECT_FAILS_WITH(search.GetName(name), ErrorCode::NoMoreData);
 }
 
 } // namespace

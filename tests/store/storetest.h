@@ -17,7 +17,9 @@
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Fails the test with the status text when an operation of the data component fails.
@@ -72,6 +74,20 @@ inline QByteArray hex(const char* text)
 
 using testing_support::nameOf;
 
+// A test parameter with a `what` is shown in test lists by it rather than as a dump of its bytes; a test
+// file brings this in with `using store_test::operator<<;` beside its parameters.
+template<class Param>
+
+requires requires(const Param& param)
+{
+    std::string_view(param.what);
+}
+
+std::ostream& operator<<(std::ostream& out, const Param& param)
+{
+    return out << param.what;
+}
+
 inline QByteArray readFile(const QString& path)
 {
     QFile file(path);
@@ -111,33 +127,54 @@ inline std::vector<store::SecurityDescriptor> securitiesOf(const QString& folder
     return found;
 }
 
-// The dates of a security's bars as the reader delivers them.
-inline std::vector<qint32> barDatesOf(const QString& folder, const QString& symbol)
+// Every bar of a security as the reader delivers them.
+inline std::vector<store::PriceBar> barsOf(const QString& folder, const QString& symbol)
 {
-    std::vector<qint32> dates;
+    std::vector<store::PriceBar> bars;
     store::MetaStockReader reader;
     EXPECT_OK(reader.OpenFolder(folder));
     EXPECT_OK(reader.SelectSecurity(symbol));
     qint32 more = 0;
-    while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok()) {
-        store::PriceBar bar;
-        EXPECT_OK(reader.GetBar(bar));
+    while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok())
+        EXPECT_OK(reader.GetBar(bars.emplace_back()));
+    return bars;
+}
+
+inline std::vector<qint32> barDatesOf(const QString& folder, const QString& symbol)
+{
+    std::vector<qint32> dates;
+    for (const store::PriceBar& bar : barsOf(folder, symbol))
         dates.push_back(bar.date);
-    }
     return dates;
 }
 
-// A folder (created when missing) with ABC "Alpha", bars of 2 to 5 January 2024, and DEF "Delta" without bars.
+// A daily security for makeFolder, with a bar (open 1, high 2, low 0.5, close 1.5, volume 100) on each date.
+struct Security
+{
+    QString symbol;
+    QString name;
+    std::vector<qint32> dates = {};
+};
+
+// Creates the folder when missing and adds the securities to it.
+inline void makeFolder(const QString& folder, const std::vector<Security>& securities)
+{
+    NoSyncFileSystem fs;
+    store::MetaStockWriter writer(fs);
+    ASSERT_OK(writer.CreateFolder(folder));
+    ASSERT_OK(writer.OpenFolder(folder));
+    for (const Security& security : securities) {
+        ASSERT_OK(writer.CreateSecurity(security.symbol, security.name, store::Daily));
+        for (qint32 date : security.dates)
+            ASSERT_OK(writer.AddBar({date, 0, 1, 2, 0.5, 1.5, 100, 0}));
+    }
+    ASSERT_OK(writer.CloseFolder());
+}
+
+// ABC "Alpha" with bars of 2 to 5 January 2024, and DEF "Delta" without bars.
 inline void makeAlphaAndDelta(const QString& folder)
 {
-    store::MetaStockWriter writer;
-    EXPECT_OK(writer.CreateFolder(folder));
-    EXPECT_OK(writer.OpenFolder(folder));
-    EXPECT_OK(writer.CreateSecurity("ABC", "Alpha", store::Daily));
-    for (qint32 date = 20240102; date <= 20240105; ++date)
-        EXPECT_OK(writer.AddBar({date, 0, 1, 2, 0.5, 1.5, 100, 0}));
-    EXPECT_OK(writer.CreateSecurity("DEF", "Delta", store::Daily));
-    EXPECT_OK(writer.CloseFolder());
+    makeFolder(folder, {{"ABC", "Alpha", {20240102, 20240103, 20240104, 20240105}}, {"DEF", "Delta"}});
 }
 
 // A run of the real ticksmith-cli: its exit status and what it printed.
@@ -159,6 +196,15 @@ inline CliRun cli(const QStringList& arguments)
     run.out = process.readAllStandardOutput();
     run.err = process.readAllStandardError();
     return run;
+}
+
+// Bad arguments: exit status 2, a message on standard error and nothing on standard output.
+inline void expectRefused(const QStringList& arguments)
+{
+    const CliRun run = cli(arguments);
+    EXPECT_EQ(run.status, 2) << qPrintable(arguments.join(u' '));
+    EXPECT_FALSE(run.err.isEmpty());
+    EXPECT_TRUE(run.out.isEmpty());
 }
 
 } // namespace store_test

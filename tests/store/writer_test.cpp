@@ -20,6 +20,7 @@ using store::MetaStockReader;
 using store::MetaStockWriter;
 using store::Status;
 using store_test::hex;
+using store_test::operator<<;
 using store_test::problemsOf;
 using store_test::snapshot;
 using W = MetaStockWriter;
@@ -49,19 +50,13 @@ protected:
         ASSERT_OK(writer.CloseFolder());
     }
 
-    // As the download does: bars oldest first, replacing bars of the same date.
+    // Bars added in one session and committed, as the download does.
     void append(const std::vector<store::PriceBar>& bars)
     {
         edit(
             [&](W& writer) {
-                for (const store::PriceBar& bar : bars) {
-                    bool exists = false;
-                    ASSERT_OK(writer.BarExists(QString::number(bar.date), exists));
-                    if (exists) {
-                        ASSERT_OK(writer.DeleteBar(QString::number(bar.date)));
-                    }
+                for (const store::PriceBar& bar : bars)
                     ASSERT_OK(writer.AddBar(bar));
-                }
             },
             true);
     }
@@ -84,18 +79,8 @@ protected:
     Closes closes()
     {
         Closes result;
-        MetaStockReader reader;
-        EXPECT_OK(reader.OpenFolder(m_folder));
-        EXPECT_OK(reader.SelectSecurity("ABC"));
-        qint32 more = 0;
-        while (reader.HasMoreBars(more).ok() && more > 0) {
-            store::PriceBar bar;
-            EXPECT_OK(reader.ReadNextBar());
-            EXPECT_OK(reader.GetBar(bar));
+        for (const store::PriceBar& bar : store_test::barsOf(m_folder, "ABC"))
             result.emplace_back(bar.date, bar.close);
-        }
-        EXPECT_OK(reader.CloseSecurity());
-        EXPECT_OK(reader.Close());
         return result;
     }
 
@@ -141,21 +126,6 @@ TEST_F(WriterTest, WritesTheFormatByteForByte)
     EXPECT_EQ(problemsOf(m_folder), QString());
 }
 
-TEST_F(WriterTest, NewSecurityKeepsItsFirstDateWithoutBars)
-{
-    create("ABC", "Alpha", 20040315);
-    EXPECT_TRUE(closes().empty());
-    EXPECT_EQ(indexDates(), std::make_pair(20040315, 20040315));
-    EXPECT_EQ(problemsOf(m_folder), QString());
-
-    append({bar(20040316, 1), bar(20040317, 2)});
-    EXPECT_EQ(indexDates(), std::make_pair(20040316, 20040317));
-    // Deleting every bar leaves the date of the newest one, so a download continues after it.
-    edit([](W& w) { ASSERT_OK(w.DeleteBarsBetween("20040101", "20041231")); });
-    EXPECT_EQ(indexDates(), std::make_pair(20040317, 20040317));
-    EXPECT_EQ(problemsOf(m_folder), QString());
-}
-
 TEST_F(WriterTest, KeepsBarsInDateOrderWithOneBarPerDate)
 {
     create("ABC", "Alpha", 20040105);
@@ -173,6 +143,7 @@ TEST_F(WriterTest, KeepsBarsInDateOrderWithOneBarPerDate)
 
 struct RangeCase
 {
+    const char* what;
     const char* from;
     const char* to;
     std::vector<qint32> left;
@@ -204,25 +175,11 @@ TEST_P(DeleteRangeTest, IncludesBothEnds)
 INSTANTIATE_TEST_SUITE_P(
     Ranges,
     DeleteRangeTest,
-    ::testing::Values(RangeCase{"20040106", "20040107", {20040105, 20040108}},
-                      RangeCase{"20040101", "20040105", {20040106, 20040107, 20040108}},
-                      RangeCase{"20040108", "20040105", {20040105, 20040106, 20040107, 20040108}},
-                      RangeCase{"20040109", "20040120", {20040105, 20040106, 20040107, 20040108}}));
-
-// As the data sheet inserts and changes a bar by hand: time -1 and open interest -1.0, no Commit.
-TEST_F(WriterTest, HandEditsPersistWithoutCommit)
-{
-    create("ABC", "Alpha", 20040105);
-    append({bar(20040105, 1), bar(20040107, 3)});
-    edit([](W& w) {
-        bool exists = true;
-        ASSERT_OK(w.BarExists("20040106", exists));
-        ASSERT_FALSE(exists);
-        ASSERT_OK(w.AddBar(20040106, -1, 2, 2, 2, 2, 5, -1.0));
-    });
-    edit([](W& w) { ASSERT_OK(w.ChangeBar("20040107", "-1", -1, 3, 4, 2, 3.5, 9, -1.0)); });
-    EXPECT_EQ(closes(), (Closes{{20040105, 1}, {20040106, 2}, {20040107, 3.5}}));
-}
+    ::testing::Values(RangeCase{"inside", "20040106", "20040107", {20040105, 20040108}},
+                      RangeCase{"up to the first", "20040101", "20040105", {20040106, 20040107, 20040108}},
+                      RangeCase{"reversed", "20040108", "20040105", {20040105, 20040106, 20040107, 20040108}},
+                      RangeCase{"after the last", "20040109", "20040120", {20040105, 20040106, 20040107, 20040108}}),
+    store_test::nameOf<RangeCase>);
 
 TEST_F(WriterTest, MissingBarsAndSecuritiesFailAndChangeNothing)
 {
