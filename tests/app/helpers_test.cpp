@@ -14,6 +14,11 @@ struct DateCase
     const char* expected;
 };
 
+void PrintTo(const DateCase& c, std::ostream* out)
+{
+    *out << c.date << " as " << c.pattern;
+}
+
 class FormatBarDateTest : public ::testing::TestWithParam<DateCase>
 {};
 

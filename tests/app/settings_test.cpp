@@ -45,8 +45,6 @@ TEST_F(SettingsTest, OpensWithTheStoredOptionsApplyStoresAndCancelDoesNot)
         EXPECT_EQ(settings.Slider1->value(), 3);
         EXPECT_EQ(settings.Label1->text(), "3");
         EXPECT_TRUE(settings.Check2->isChecked());
-        EXPECT_EQ(settings.Slider1->minimum(), 1);
-        EXPECT_EQ(settings.Slider1->maximum(), 5);
         settings.Check1->setChecked(false);
         settings.Slider1->setValue(4);
         EXPECT_EQ(settings.Label1->text(), "4");
@@ -92,6 +90,11 @@ struct AddressCase
     const char* field;
     const char* address;
 };
+
+void PrintTo(const AddressCase& c, std::ostream* out)
+{
+    *out << c.field << ' ' << c.address;
+}
 
 class SettingsAddressTest
     : public SettingsTest

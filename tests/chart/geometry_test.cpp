@@ -13,6 +13,8 @@ using chart::ChartStyle;
 
 namespace {
 
+using testing_support::PrintTo;
+
 // A drawing area of 12165 x 6255 twips: the plot ends at x 11515 and y 5755.
 constexpr float kWidth = 12165;
 constexpr float kHeight = 6255;
@@ -92,11 +94,6 @@ struct RangeCase
     double top;
 };
 
-void PrintTo(const RangeCase& c, std::ostream* out)
-{
-    *out << c.what;
-}
-
 class PriceRangeTest : public ::testing::TestWithParam<RangeCase>
 {};
 
@@ -150,16 +147,11 @@ TEST(ChartGeometryTest, GridAndPriceLabels)
     EXPECT_EQ(prices, QStringList({"98", "108", "118", "128", "131"}));
 }
 
-TEST(ChartGeometryTest, SixtyThousandUnitsGetAGridLineEach)
+// Sixty thousand units get a grid line each; a range too wide to count stops after the axes.
+TEST(ChartGeometryTest, GridOfWideRanges)
 {
-    const RecordingCanvas canvas = draw({bar(1, 60000, 1, 1)});
-    EXPECT_EQ(canvas.of(Shape::Line, chart::kGridColour).size(), 60001u);
-}
-
-TEST(ChartGeometryTest, ARangeTooWideToCountStopsAfterTheAxes)
-{
-    const RecordingCanvas canvas = draw({bar(1, 1e9, 1, 1)});
-    EXPECT_EQ(canvas.shapes.size(), 2u);
+    EXPECT_EQ(draw({bar(1, 60000, 1, 1)}).of(Shape::Line, chart::kGridColour).size(), 60001u);
+    EXPECT_EQ(draw({bar(1, 1e9, 1, 1)}).shapes.size(), 2u);
 }
 
 // The first segment runs flat from x 10 into the first close; the next one climbs to the second close.
@@ -235,11 +227,6 @@ struct LabelCase
     const char* separator;
     const char* expected;
 };
-
-void PrintTo(const LabelCase& c, std::ostream* out)
-{
-    *out << c.what;
-}
 
 class ShortDateLabelTest : public ::testing::TestWithParam<LabelCase>
 {};

@@ -21,7 +21,7 @@ protected:
 
     CliRun download(QStringList arguments)
     {
-        arguments.prepend(QStringLiteral("download"));
+        arguments.prepend("download");
         return runCli(server, arguments);
     }
 
@@ -30,74 +30,72 @@ protected:
 
 TEST_F(CliTest, QuotePrintsTheTwelveProperties)
 {
-    server.symbol(QStringLiteral("IBM")).quoteBody =
+    server.symbol("IBM").quoteBody =
         "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,N/A,1500000\n";
-    const CliRun run = runCli(server, {QStringLiteral("quote"), QStringLiteral(" IBM ")});
+    const CliRun run = runCli(server, {"quote", " IBM "});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out,
               QStringLiteral("Symbol: IBM\nQuote: 90.44\nLastTradeDate: 3/31/2005\nLastTradeTime: 4:01pm\n"
                              "Change: -0.51\nPercentageChange: -0.56%\nOpening: 90.95\nDayHigh: 91.2\n"
                              "DayLow: 90.1\nBid: N/A\nAsk: N/A\nVolume: 1,500,000\n"));
-    EXPECT_EQ(server.requests().value(0).symbol(), QStringLiteral("IBM"));
+    EXPECT_EQ(server.requests().value(0).symbol(), "IBM");
 }
 
 TEST_F(CliTest, HistoryPrintsTheRequestTheStatusAndTheRows)
 {
-    server.symbol(QStringLiteral("IBM")).history = QuoteServer::syntheticHistory(QDate(2005, 1, 3), QDate(2005, 1, 7));
-    const CliRun run = runCli(server, {QStringLiteral("history"), QStringLiteral("IBM"), "2005-01-03", "2005-01-07"});
+    server.symbol("IBM").history = QuoteServer::syntheticHistory(QDate(2005, 1, 3), QDate(2005, 1, 7));
+    const CliRun run = runCli(server, {"history", "IBM", "2005-01-03", "2005-01-07"});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     const QStringList lines = run.out.split(u'\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 7) << run.out.toStdString();
     EXPECT_EQ(lines[0], "Request: " + server.url() + "/table.csv?s=IBM&d=0&e=7&f=2005&a=0&b=3&c=2005&ignore=.csv");
-    EXPECT_EQ(lines[1], QStringLiteral("Status: 0"));
+    EXPECT_EQ(lines[1], "Status: 0");
     EXPECT_EQ(server.requests().value(0).userAgent, QByteArray("Ticksmith/" TICKSMITH_VERSION));
-    EXPECT_TRUE(lines[2].startsWith(QStringLiteral("1\t2005-01-07\t"))) << lines[2].toStdString();
-    EXPECT_TRUE(lines[6].startsWith(QStringLiteral("5\t2005-01-03\t"))) << lines[6].toStdString();
+    EXPECT_TRUE(lines[2].startsWith("1\t2005-01-07\t")) << lines[2].toStdString();
+    EXPECT_TRUE(lines[6].startsWith("5\t2005-01-03\t")) << lines[6].toStdString();
 }
 
 TEST_F(CliTest, AnUnusableAnswerExitsWithOne)
 {
-    const CliRun history =
-        runCli(server, {QStringLiteral("history"), QStringLiteral("NOPE"), "2005-01-03", "2005-01-07"});
+    const CliRun history = runCli(server, {"history", "NOPE", "2005-01-03", "2005-01-07"});
     EXPECT_EQ(history.exitCode, 1);
-    EXPECT_TRUE(history.out.contains(QStringLiteral("\nStatus: 2\n"))) << history.out.toStdString();
-    EXPECT_TRUE(history.err.contains(QStringLiteral("404"))) << history.err.toStdString();
+    EXPECT_TRUE(history.out.contains("\nStatus: 2\n")) << history.out.toStdString();
+    EXPECT_TRUE(history.err.contains("404")) << history.err.toStdString();
 
-    const CliRun quote = runCli(server, {QStringLiteral("quote"), QStringLiteral("IBM")}, false);
+    const CliRun quote = runCli(server, {"quote", "IBM"}, false);
     EXPECT_EQ(quote.exitCode, 1);
-    EXPECT_TRUE(quote.out.startsWith(QStringLiteral("Symbol: IBM\nQuote: 0.00\n"))) << quote.out.toStdString();
-    EXPECT_TRUE(quote.err.contains(QStringLiteral("not configured"))) << quote.err.toStdString();
+    EXPECT_TRUE(quote.out.startsWith("Symbol: IBM\nQuote: 0.00\n")) << quote.out.toStdString();
+    EXPECT_TRUE(quote.err.contains("not configured")) << quote.err.toStdString();
 }
 
 // Any misbehaviour of the service ends the same way in the job; the client tests go through them all.
 TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate)
 {
-    addServed(QStringLiteral("BAD"), today.addDays(-10));
-    addSecurity(folder, QStringLiteral("FUT"), everyDay(today.addDays(-3), today.addDays(1)));
-    addServed(QStringLiteral("IBM"), today.addDays(-10));
-    addServed(QStringLiteral("MSFT"), today);
-    server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::NotFound;
+    addServed("BAD", today.addDays(-10));
+    addSecurity(folder, "FUT", everyDay(today.addDays(-3), today.addDays(1)));
+    addServed("IBM", today.addDays(-10));
+    addServed("MSFT", today);
+    server.symbol("BAD").misbehaviour = QuoteServer::Misbehaviour::NotFound;
 
-    const CliRun first =
-        download({folder, QStringLiteral("--weekend"), QStringLiteral("--threads"), QStringLiteral("3")});
+    const CliRun first = download({folder, "--weekend", "--threads", "3"});
     EXPECT_EQ(first.exitCode, 1);
     EXPECT_EQ(first.out, "BAD\tNo Data\nFUT\tUp to date\nIBM\tOK\n" + Summary.arg(1).arg(1).arg(1));
-    EXPECT_TRUE(first.err.contains(QStringLiteral("BAD: "))) << first.err.toStdString();
-    EXPECT_TRUE(first.err.contains(QStringLiteral("404"))) << first.err.toStdString();
+    EXPECT_TRUE(first.err.contains("BAD: ")) << first.err.toStdString();
+    EXPECT_TRUE(first.err.contains("404")) << first.err.toStdString();
     // Three at a time: the server may see them in any order.
     QStringList asked = historySymbols(server);
     asked.sort();
     EXPECT_EQ(asked, (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
-    EXPECT_EQ(barsOf(folder, QStringLiteral("BAD")).size(), 31) << "nothing written for it";
-    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
+    EXPECT_EQ(barsOf(folder, "BAD").size(), 31) << "nothing written for it";
+    expectBars(barsOf(folder, "IBM"), server.symbol("IBM").history);
 
-    server.symbol(QStringLiteral("BAD")).misbehaviour = QuoteServer::Misbehaviour::None;
+    server.symbol("BAD").misbehaviour = QuoteServer::Misbehaviour::None;
     const CliRun second = download({folder});
     EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
     EXPECT_EQ(second.out, "BAD\tOK\nFUT\tUp to date\n" + Summary.arg(1).arg(1).arg(0));
     EXPECT_TRUE(second.err.isEmpty()) << second.err.toStdString();
     EXPECT_EQ(historySymbols(server).mid(2), QStringList{"BAD"});
-    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
+    expectBars(barsOf(folder, "IBM"), server.symbol("IBM").history);
 }
 
 TEST_F(CliTest, DownloadCorrectsTheNamedSymbolOnlyAndWritesTheCurrentQuote)
@@ -106,25 +104,21 @@ TEST_F(CliTest, DownloadCorrectsTheNamedSymbolOnlyAndWritesTheCurrentQuote)
     QList<HistoryRow> wrong = everyDay(today.addDays(-40), today);
     for (HistoryRow& row : wrong)
         row.close = 1;
-    addSecurity(folder, QStringLiteral("IBM"), wrong);
-    addServed(QStringLiteral("MSFT"), today.addDays(-10));
+    addSecurity(folder, "IBM", wrong);
+    addServed("MSFT", today.addDays(-10));
     const QList<HistoryRow> served = everyDay(today.addDays(-40), today.addDays(-1));
-    server.symbol(QStringLiteral("IBM")).history = served;
-    server.symbol(QStringLiteral("IBM")).quoteBody =
+    server.symbol("IBM").history = served;
+    server.symbol("IBM").quoteBody =
         "\"IBM\",90.44,\"1/1/2024\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,N/A,1500000\n";
 
-    const CliRun run = download({folder,
-                                 QStringLiteral("--symbol"),
-                                 QStringLiteral("ibm"),
-                                 QStringLiteral("--correction-from"),
-                                 today.addDays(-5).toString(Qt::ISODate),
-                                 QStringLiteral("--current-quote")});
+    const CliRun run = download(
+        {folder, "--symbol", "ibm", "--correction-from", today.addDays(-5).toString(Qt::ISODate), "--current-quote"});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.out, QStringLiteral("IBM\tOK\n") + Summary.arg(1).arg(0).arg(0));
+    EXPECT_EQ(run.out, "IBM\tOK\n" + Summary.arg(1).arg(0).arg(0));
     EXPECT_EQ(historySymbols(server), QStringList{"IBM"});
     QList<HistoryRow> expected = wrong.mid(0, wrong.size() - 6) + served.mid(served.size() - 5);
     expected.append({today, 90.95, 91.2, 90.1, 90.44, 1500000, 90.44});
-    expectBars(barsOf(folder, QStringLiteral("IBM")), expected);
+    expectBars(barsOf(folder, "IBM"), expected);
 }
 
 class CliUsageTest
@@ -134,16 +128,16 @@ class CliUsageTest
 
 TEST_P(CliUsageTest, BadArgumentsExitWithTwoAndChangeNothing)
 {
-    addServed(QStringLiteral("IBM"), today.addDays(-10));
+    addServed("IBM", today.addDays(-10));
     QStringList arguments = GetParam();
-    arguments.replaceInStrings(QStringLiteral("FOLDER"), folder);
+    arguments.replaceInStrings("FOLDER", folder);
 
     const CliRun run = runCli(server, arguments);
     EXPECT_EQ(run.exitCode, 2) << run.out.toStdString();
     EXPECT_TRUE(run.out.isEmpty()) << run.out.toStdString();
     EXPECT_FALSE(run.err.isEmpty());
     EXPECT_TRUE(server.requests().isEmpty());
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 31);
+    EXPECT_EQ(barsOf(folder, "IBM").size(), 31);
 }
 
 INSTANTIATE_TEST_SUITE_P(Arguments,

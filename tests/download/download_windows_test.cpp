@@ -7,6 +7,7 @@
 #include "download/windows/frmdownloadprogress.h"
 #include "download/windows/frmdownloadresults.h"
 #include "downloadfixture.h"
+#include "paramnames.h"
 #include "symbols/symbolsdb.h"
 
 #include <QCheckBox>
@@ -23,6 +24,7 @@ using namespace download_test;
 using download::frmDownload;
 using download::frmDownloadProgress;
 using download::frmDownloadResults;
+using testing_support::PrintTo;
 
 const QDate Friday(2024, 6, 14);
 
@@ -32,14 +34,6 @@ QStringList column(const QTreeWidget* list, int position)
     for (int i = 0; i < list->topLevelItemCount(); ++i)
         texts.append(list->topLevelItem(i)->text(position));
     return texts;
-}
-
-QList<bool> ticks(const QTreeWidget* list)
-{
-    QList<bool> ticked;
-    for (int i = 0; i < list->topLevelItemCount(); ++i)
-        ticked.append(list->topLevelItem(i)->checkState(0) == Qt::Checked);
-    return ticked;
 }
 
 void tick(QTreeWidget* list, int row, bool on = true)
@@ -87,30 +81,34 @@ protected:
             auto& results = static_cast<frmDownloadResults&>(dialog);
             shownSymbols = column(results.ListView1, 0);
             shownResults = column(results.ListView1, 1);
+            shownTips.clear();
+            for (int i = 0; i < results.ListView1->topLevelItemCount(); ++i)
+                shownTips.append(results.ListView1->topLevelItem(i)->toolTip(1));
             summary = results.Label1->text();
             results.Command1->click();
             return results.result();
         });
     }
 
-    QString folderB = context.makeFolder(QStringLiteral("b"));
+    QString folderB = context.makeFolder("b");
     std::function<void(frmDownloadProgress&)> onProgress = [](frmDownloadProgress&) {};
     QString caption;
     QString progressLabel;
     QStringList counters;
     QStringList shownSymbols; // what the results window showed
     QStringList shownResults;
+    QStringList shownTips;
     QString summary;
 };
 
 TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(QStringLiteral("MSFT"), Friday);
-    addServed(QStringLiteral("VOD"), QDate(2024, 6, 10), folderB);
+    addServed("IBM", QDate(2024, 6, 5));
+    addServed("MSFT", Friday);
+    addServed("VOD", QDate(2024, 6, 10), folderB);
     frmDownload window(context);
     window.Timer1_Timer();
-    EXPECT_EQ(context->state.statusText, QStringLiteral("Download Listing."));
+    EXPECT_EQ(context->state.statusText, "Download Listing.");
     addFolder(window, folder);
     addFolder(window, folderB);
 
@@ -118,11 +116,12 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_EQ(column(window.ListView1, 0), (QStringList{folder, "IBM Corp", "MSFT Corp"}));
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT"}));
     EXPECT_EQ(column(window.ListView1, 2), (QStringList{"", "6/5/2024", "6/14/2024"}));
-    EXPECT_EQ(ticks(window.ListView1), (QList<bool>{true, true, false})) << "today's security stays unticked";
-    EXPECT_EQ(window.Label1->text(), QStringLiteral("1 Securities Selected."));
+    EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
+    EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
+    EXPECT_EQ(window.Label1->text(), "1 Securities Selected.");
     tick(window.ListView2, 1);
     EXPECT_EQ(column(window.ListView1, 1), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
-    EXPECT_EQ(window.Label1->text(), QStringLiteral("2 Securities Selected."));
+    EXPECT_EQ(window.Label1->text(), "2 Securities Selected.");
     tick(window.ListView1, 0, false); // a header's tick does not count
     window.Check2->setChecked(true);
     window.DTPicker1->setDate(QDate(2024, 6, 1));
@@ -134,29 +133,29 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_FALSE(context->state.downloadCurrentQuote);
     EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
-    expectBars(barsOf(folderB, QStringLiteral("VOD")), server.symbol(QStringLiteral("VOD")).history);
-    EXPECT_EQ(caption, QStringLiteral("Download Completed. / "));
-    EXPECT_EQ(context->state.statusText, QStringLiteral("Download Progress."));
+    expectBars(barsOf(folderB, "VOD"), server.symbol("VOD").history);
+    EXPECT_EQ(caption, "Download Completed. / ");
+    EXPECT_EQ(context->state.statusText, "Download Progress.");
     EXPECT_EQ(shownSymbols, (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(shownResults, (QStringList{"OK", "OK"}));
-    EXPECT_EQ(summary, QStringLiteral("Completed : 2    |    Upto Date : 0    |    No Data : 0"));
+    EXPECT_EQ(summary, "Completed : 2    |    Upto Date : 0    |    No Data : 0");
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
 TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(QStringLiteral("VOD"), QDate(2024, 6, 10), folderB);
+    addServed("IBM", QDate(2024, 6, 5));
+    addServed("VOD", QDate(2024, 6, 10), folderB);
     frmDownload window(context);
     window.Timer1_Timer();
-    context.prompter().folders = {QStringLiteral("C:\\"), QString()};
+    context.prompter().folders = {"C:\\", QString()};
     window.Command1->click();
     window.Command1->click();
-    EXPECT_EQ(window.Text1->text(), QStringLiteral("C:")) << "a drive root loses its backslash; a cancel keeps it";
+    EXPECT_EQ(window.Text1->text(), "C:") << "a drive root loses its backslash; a cancel keeps it";
     context.prompter().prompts.clear();
     addFolder(window, folder);
-    addFolder(window, QStringLiteral("  ") + folderB + QStringLiteral(" "));
-    addFolder(window, folder + QStringLiteral(" "));
+    addFolder(window, "  " + folderB + " ");
+    addFolder(window, folder + " ");
     EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
     EXPECT_EQ(column(window.ListView2, 0), (QStringList{folder, folderB}));
 
@@ -166,7 +165,7 @@ TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
     EXPECT_EQ(column(window.ListView1, 0), (QStringList{folderB, "VOD Corp"}));
 
     tick(window.ListView1, 1, false);
-    EXPECT_EQ(window.Label1->text(), QStringLiteral("No Securities Selected."));
+    EXPECT_EQ(window.Label1->text(), "No Securities Selected.");
     window.Command4->click();
     EXPECT_EQ(context.prompter().messages(), (QStringList{"Already Exists.", "No Securities Selected."}));
     EXPECT_TRUE(context.modalsShown.isEmpty());
@@ -206,9 +205,15 @@ TEST_F(DownloadWindowsTest, TheFolderListIsSavedOnCloseAndRestoredEmptyListInclu
 
 // Leaving the window during the job, by Cancel, Escape or the close button, stops it after the security
 // in hand.
+struct LeaveCase
+{
+    const char* what;
+    void (*leave)(frmDownloadProgress&);
+};
+
 class CancelTest
     : public DownloadWindowsTest
-    , public testing::WithParamInterface<void (*)(frmDownloadProgress&)>
+    , public testing::WithParamInterface<LeaveCase>
 {};
 
 TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
@@ -223,7 +228,7 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     onProgress = [&](frmDownloadProgress& progress) {
         QObject::connect(&poll, &QTimer::timeout, [&] {
             if (server.requests().size() == 3) {
-                GetParam()(progress);
+                GetParam().leave(progress);
                 poll.stop();
             }
         });
@@ -232,37 +237,37 @@ TEST_P(CancelTest, DuringTheThirdOfTenShowsThreeResults)
     runProgress();
 
     EXPECT_EQ(historySymbols(server), (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(caption, QStringLiteral("3 of 10 Completed. / "));
+    EXPECT_EQ(caption, "3 of 10 Completed. / ");
     EXPECT_EQ(context->state.statusText, caption);
     EXPECT_EQ(counters, (QStringList{"2", "0", "0"})) << "the counters show the state before the third";
     EXPECT_EQ(shownSymbols, (QStringList{"S1", "S2", "S3"}));
-    EXPECT_EQ(summary, QStringLiteral("Completed : 3    |    Upto Date : 0    |    No Data : 0"));
-    EXPECT_EQ(barsOf(folder, QStringLiteral("S4")).size(), 36);
+    EXPECT_EQ(summary, "Completed : 3    |    Upto Date : 0    |    No Data : 0");
+    EXPECT_EQ(barsOf(folder, "S4").size(), 36);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ways,
                          CancelTest,
-                         testing::Values([](frmDownloadProgress& progress) { progress.Command1->click(); },
-                                         [](frmDownloadProgress& progress) { progress.reject(); }, // Escape
-                                         [](frmDownloadProgress& progress) { EXPECT_FALSE(progress.close()); }));
+                         testing::Values(LeaveCase{"Cancel", [](auto& progress) { progress.Command1->click(); }},
+                                         LeaveCase{"Escape", [](auto& progress) { progress.reject(); }},
+                                         LeaveCase{"CloseButton",
+                                                   [](auto& progress) { EXPECT_FALSE(progress.close()); }}),
+                         testing_support::nameOf<LeaveCase>);
 
 TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    const context::DownloadItem gone{QStringLiteral("GONE"), {}, QStringLiteral("2024-06-01"), folder + "/missing"};
-    const context::DownloadItem ibm =
-        *download::makeDownloadItem(QStringLiteral("IBM"), 20240501, 20240605, folder, Friday);
+    addServed("IBM", QDate(2024, 6, 5));
+    const context::DownloadItem gone{"GONE", {}, "2024-06-01", folder + "/missing"};
+    const context::DownloadItem ibm = *download::makeDownloadItem("IBM", 20240501, 20240605, folder, Friday);
     context->state.downloadList = {gone};
     runProgress();
-    EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Stopped: GONE: "))) << progressLabel.toStdString();
-    EXPECT_EQ(caption, QStringLiteral("Download Progress"));
+    EXPECT_TRUE(progressLabel.startsWith("Stopped: GONE: ")) << progressLabel.toStdString();
+    EXPECT_EQ(caption, "Download Progress");
     EXPECT_TRUE(shownSymbols.isEmpty());
 
     // Once a security has been written the job carries on past the missing folder, and says so.
     context->state.downloadList = {ibm, gone};
     runProgress();
-    EXPECT_TRUE(progressLabel.startsWith(QStringLiteral("Not all quotes were written: GONE: ")))
-        << progressLabel.toStdString();
+    EXPECT_TRUE(progressLabel.startsWith("Not all quotes were written: GONE: ")) << progressLabel.toStdString();
     EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
@@ -273,14 +278,13 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
     EXPECT_EQ(shownResults, QStringList{"No Data"});
     EXPECT_EQ(server.requests().size(), requests);
     ASSERT_EQ(context.prompter().messages().size(), 1);
-    EXPECT_TRUE(context.prompter().messages()[0].contains(QStringLiteral("not configured")));
+    EXPECT_TRUE(context.prompter().messages()[0].contains("not configured"));
 }
 
 TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItself)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    context->state.downloadList = {
-        *download::makeDownloadItem(QStringLiteral("IBM"), 20240501, 20240605, folder, Friday)};
+    addServed("IBM", QDate(2024, 6, 5));
+    context->state.downloadList = {*download::makeDownloadItem("IBM", 20240501, 20240605, folder, Friday)};
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.exec(); });
     context.modalDrivers.push_back([](QDialog& dialog) { return dialog.result(); });
     frmDownloadProgress progress(context);
@@ -292,44 +296,31 @@ TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItse
 // The source chosen in Settings is the one asked; what it refused is said in the result's tip.
 TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
 {
-    context->settings->setValue(QStringLiteral("Sources/Source"), QStringLiteral("eodhd"));
-    context->settings->setValue(QStringLiteral("Sources/eodhdKey"), QStringLiteral("k"));
-    context->settings->setValue(QStringLiteral("Sources/eodhdUrl"), server.url());
-    server.canned[QStringLiteral("/api/eod/IBM.US")] = {{"200 OK",
-                                                         "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-06-06,"
-                                                         "10,12,9,11,11,500\n2024-06-07,11,13,10,12,12,600\n",
-                                                         "text/csv",
-                                                         {}}};
-    server.canned[QStringLiteral("/api/eod/MSFT.US")] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
+    context->settings->setValue("Sources/Source", "eodhd");
+    context->settings->setValue("Sources/eodhdKey", "k");
+    context->settings->setValue("Sources/eodhdUrl", server.url());
+    server.canned["/api/eod/IBM.US"] = {{"200 OK",
+                                         "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-06-06,"
+                                         "10,12,9,11,11,500\n2024-06-07,11,13,10,12,12,600\n",
+                                         "text/csv",
+                                         {}}};
+    server.canned["/api/eod/MSFT.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
     const QList<HistoryRow> held = everyDay({2024, 6, 3}, {2024, 6, 5});
-    addSecurity(folder, QStringLiteral("IBM"), held);
-    addSecurity(folder, QStringLiteral("MSFT"), held);
-    context->state.downloadList = {
-        *download::makeDownloadItem(QStringLiteral("IBM"), 20240603, 20240605, folder, Friday),
-        *download::makeDownloadItem(QStringLiteral("MSFT"), 20240603, 20240605, folder, Friday)};
-    QString tip;
-    driveProgressAndResults();
-    context.modalDrivers.back() = [&](QDialog& dialog) {
-        auto& results = static_cast<frmDownloadResults&>(dialog);
-        shownResults = column(results.ListView1, 1);
-        tip = results.ListView1->topLevelItem(1)->toolTip(1);
-        return QDialog::Accepted;
-    };
-    frmDownloadProgress progress(context);
-    context->runModal(progress);
+    addSecurity(folder, "IBM", held);
+    addSecurity(folder, "MSFT", held);
+    context->state.downloadList = {*download::makeDownloadItem("IBM", 20240603, 20240605, folder, Friday),
+                                   *download::makeDownloadItem("MSFT", 20240603, 20240605, folder, Friday)};
+    runProgress();
     EXPECT_EQ(shownResults, (QStringList{"OK", "No Data"}));
-    EXPECT_TRUE(tip.contains(QStringLiteral("EODHD refused the API key"))) << tip.toStdString();
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), 5);
-    EXPECT_DOUBLE_EQ(barsOf(folder, QStringLiteral("IBM")).last().close, 12.0);
+    EXPECT_TRUE(shownTips.value(1).contains("EODHD refused the API key")) << shownTips.value(1).toStdString();
+    EXPECT_EQ(barsOf(folder, "IBM").size(), 5);
+    EXPECT_DOUBLE_EQ(barsOf(folder, "IBM").last().close, 12.0);
     EXPECT_TRUE(historySymbols(server).isEmpty()); // the specified service was not asked
 }
 
 TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
 {
-    context->state.downloadResults = {{QStringLiteral("A"), QStringLiteral("OK")},
-                                      {QStringLiteral("B"), QStringLiteral("No Data  ")},
-                                      {QStringLiteral("C"), QStringLiteral("Up to date")},
-                                      {QStringLiteral("D"), QStringLiteral("No Connection")}};
+    context->state.downloadResults = {{"A", "OK"}, {"B", "No Data  "}, {"C", "Up to date"}, {"D", "No Connection"}};
     frmDownloadResults results(context);
     results.Form_Load(); // a second load lists the rows once
     EXPECT_EQ(column(results.ListView1, 1), (QStringList{"OK", "No Data  ", "Up to date", "No Connection"}));
@@ -337,7 +328,7 @@ TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
     for (int i = 0; i < results.ListView1->topLevelItemCount(); ++i)
         images.append(results.ListView1->topLevelItem(i)->data(0, frmDownloadResults::ImageRole).toInt());
     EXPECT_EQ(images, (QList<int>{1, 2, 1, 1}));
-    EXPECT_EQ(results.Label1->text(), QStringLiteral("Completed : 2    |    Upto Date : 1    |    No Data : 1"));
+    EXPECT_EQ(results.Label1->text(), "Completed : 2    |    Upto Date : 1    |    No Data : 1");
 }
 
 } // namespace

@@ -68,19 +68,24 @@ inline QList<store::PriceBar> barsOf(const QString& folder, const QString& symbo
     return bars;
 }
 
+// A bar as a folder keeps it: prices and volume as single-precision numbers.
+inline QString barText(const store::PriceBar& bar)
+{
+    const auto f = [](double value) { return QString::number(float(value)); };
+    return QStringLiteral("%1 %2 %3 %4 %5 %6")
+        .arg(bar.date)
+        .arg(f(bar.open), f(bar.high), f(bar.low), f(bar.close), f(bar.volume));
+}
+
 // The bars hold exactly the rows, in the same order and with the values a folder can keep.
 inline void expectBars(const QList<store::PriceBar>& bars, const QList<HistoryRow>& rows)
 {
-    ASSERT_EQ(bars.size(), rows.size());
-    for (qsizetype i = 0; i < rows.size(); ++i) {
-        const store::PriceBar expected = barOf(rows[i]);
-        EXPECT_EQ(bars[i].date, expected.date) << i;
-        EXPECT_FLOAT_EQ(bars[i].open, expected.open) << i;
-        EXPECT_FLOAT_EQ(bars[i].high, expected.high) << i;
-        EXPECT_FLOAT_EQ(bars[i].low, expected.low) << i;
-        EXPECT_FLOAT_EQ(bars[i].close, expected.close) << i;
-        EXPECT_FLOAT_EQ(bars[i].volume, expected.volume) << i;
-    }
+    QStringList held, expected;
+    for (const store::PriceBar& bar : bars)
+        held.append(barText(bar));
+    for (const HistoryRow& row : rows)
+        expected.append(barText(barOf(row)));
+    EXPECT_EQ(held, expected);
 }
 
 // The history requests the server saw, by symbol, in order.

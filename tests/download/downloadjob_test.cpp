@@ -4,6 +4,7 @@
 
 #include "download/selection.h"
 #include "downloadfixture.h"
+#include "paramnames.h"
 #include "tests/store/storetest.h"
 
 namespace {
@@ -12,6 +13,7 @@ using namespace download_test;
 using download::DownloadJob;
 using download::DownloadOptions;
 using download::JobOutcome;
+using testing_support::PrintTo;
 
 const QDate Friday(2024, 6, 14), Saturday(2024, 6, 15), Sunday(2024, 6, 16), Monday(2024, 6, 17);
 
@@ -19,14 +21,14 @@ class DownloadJobTest : public DownloadTest
 {
 protected:
     // The item the selection makes of a security of the folder.
-    context::DownloadItem item(const QString& symbol)
+    context::DownloadItem item(const QString& symbol, const QString& in = {})
     {
-        const QList<store::PriceBar> bars = barsOf(folder, symbol);
+        const QList<store::PriceBar> bars = barsOf(in.isEmpty() ? folder : in, symbol);
         EXPECT_FALSE(bars.isEmpty()) << symbol.toStdString();
         return *download::makeDownloadItem(symbol,
                                            bars.isEmpty() ? 20240501 : bars.first().date,
                                            bars.isEmpty() ? 20240501 : bars.last().date,
-                                           folder,
+                                           in.isEmpty() ? folder : in,
                                            today);
     }
 
@@ -54,21 +56,21 @@ TEST_F(DownloadJobTest, BarsLandOldestFirstAsServedAndASecondRunAddsNothing)
     // Last updated two months back: only the months are compared, so the last date itself is fetched
     // again and must replace that bar, not duplicate it.
     servedTo = today = QDate(2024, 7, 2);
-    addServed(QStringLiteral("IBM"), QDate(2024, 5, 1));
-    const JobOutcome first = run({item(QStringLiteral("IBM"))});
+    addServed("IBM", QDate(2024, 5, 1));
+    const JobOutcome first = run({item("IBM")});
 
     EXPECT_EQ(first.end, JobOutcome::End::Completed);
     EXPECT_EQ(statuses(first), QStringList{"IBM=OK"});
     EXPECT_EQ(first.counters.completed, 1);
     ASSERT_EQ(server.requests().size(), 1);
     EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=6&e=2&f=2024&a=4&b=1&c=2024&ignore=.csv");
-    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
+    expectBars(barsOf(folder, "IBM"), server.symbol("IBM").history);
 
-    const JobOutcome second = run({item(QStringLiteral("IBM"))});
+    const JobOutcome second = run({item("IBM")});
     EXPECT_EQ(statuses(second), QStringList{"IBM=Up to date"});
     EXPECT_EQ(second.counters.upToDate, 1);
     EXPECT_EQ(server.requests().size(), 1) << "an up-to-date security costs no request";
-    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
+    expectBars(barsOf(folder, "IBM"), server.symbol("IBM").history);
 }
 
 TEST_F(DownloadJobTest, DataCorrectionReplacesBarsFromItsDateWithoutDuplicates)
@@ -76,24 +78,24 @@ TEST_F(DownloadJobTest, DataCorrectionReplacesBarsFromItsDateWithoutDuplicates)
     QList<HistoryRow> wrong = everyDay(QDate(2024, 6, 1), Friday);
     for (HistoryRow& row : wrong)
         row.close = 1;
-    addSecurity(folder, QStringLiteral("IBM"), wrong);
-    server.symbol(QStringLiteral("IBM")).history = everyDay(QDate(2024, 5, 1), Friday);
+    addSecurity(folder, "IBM", wrong);
+    server.symbol("IBM").history = everyDay(QDate(2024, 5, 1), Friday);
 
     DownloadOptions options;
     options.dataCorrection = true;
     options.correctionFrom = QDate(2024, 6, 10);
     // The security holds today's bar: its start date is tomorrow, which correction does not skip.
-    const JobOutcome outcome = run({item(QStringLiteral("IBM"))}, options);
+    const JobOutcome outcome = run({item("IBM")}, options);
 
     EXPECT_EQ(statuses(outcome), QStringList{"IBM=Up to date"});
     EXPECT_EQ(server.requests().value(0).target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=10&c=2024&ignore=.csv");
     const QList<HistoryRow> expected = wrong.mid(0, 9) + everyDay(QDate(2024, 6, 10), Friday);
-    expectBars(barsOf(folder, QStringLiteral("IBM")), expected);
+    expectBars(barsOf(folder, "IBM"), expected);
 }
 
 struct CurrentQuoteCase
 {
-    const char* name;
+    const char* what;
     bool historyServed;
     QByteArray quote;
     bool todaysBarFromQuote;
@@ -109,23 +111,23 @@ TEST_P(CurrentQuoteTest, OverridesTheHistoryOnlyWhenItWritesTodaysBar)
 {
     const CurrentQuoteCase& c = GetParam();
     servedTo = QDate(2024, 6, 13); // today's bar comes from the quote or not at all
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    QList<HistoryRow> expected = server.symbol(QStringLiteral("IBM")).history;
+    addServed("IBM", QDate(2024, 6, 5));
+    QList<HistoryRow> expected = server.symbol("IBM").history;
     if (!c.historyServed) {
-        server.symbol(QStringLiteral("IBM")).history.clear(); // the header row alone
+        server.symbol("IBM").history.clear(); // the header row alone
         expected = everyDay(QDate(2024, 5, 1), QDate(2024, 6, 5));
     }
-    server.symbol(QStringLiteral("IBM")).quoteBody = c.quote;
+    server.symbol("IBM").quoteBody = c.quote;
 
     DownloadOptions options;
     options.currentQuote = true;
-    const JobOutcome outcome = run({item(QStringLiteral("IBM"))}, options);
+    const JobOutcome outcome = run({item("IBM")}, options);
 
-    EXPECT_EQ(statuses(outcome), QStringList{QStringLiteral("IBM=") + QLatin1String(c.result)});
+    EXPECT_EQ(statuses(outcome), QStringList{"IBM=" + QLatin1String(c.result)});
     EXPECT_EQ(outcome.ignoredErrors, 0);
     if (c.todaysBarFromQuote)
         expected.append({Friday, 90.95, 91.2, 90.1, 90.44, 1500000, 0});
-    expectBars(barsOf(folder, QStringLiteral("IBM")), expected);
+    expectBars(barsOf(folder, "IBM"), expected);
 }
 
 const QByteArray ValidQuote =
@@ -140,41 +142,41 @@ INSTANTIATE_TEST_SUITE_P(Quotes,
                                          CurrentQuoteCase{"validWithoutHistory", false, ValidQuote, true, "OK"},
                                          CurrentQuoteCase{"shortReply", true, "\"IBM\",90.44\n", false, "OK"},
                                          CurrentQuoteCase{"shortReplyNoHistory", false, "\"IBM\"\n", false, "No Data"}),
-                         [](const auto& param) { return std::string(param.param.name); });
+                         testing_support::nameOf<CurrentQuoteCase>);
 
 TEST_F(DownloadJobTest, RowsDatedAfterTodayAreLeftOutAndSaidSoSoTheSecurityIsNotFrozen)
 {
     servedTo = Monday;
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 10));
+    addServed("IBM", QDate(2024, 6, 10));
     // A service that ignores the end of the range it is asked for.
     QList<HistoryRow> newestFirst = everyDay(QDate(2024, 6, 11), Monday);
     std::reverse(newestFirst.begin(), newestFirst.end());
-    server.symbol(QStringLiteral("IBM")).historyBody = QuoteServer::historyCsv(newestFirst);
-    const JobOutcome friday = run({item(QStringLiteral("IBM"))});
+    server.symbol("IBM").historyBody = QuoteServer::historyCsv(newestFirst);
+    const JobOutcome friday = run({item("IBM")});
     EXPECT_EQ(statuses(friday), QStringList{"IBM=OK"});
-    EXPECT_EQ(friday.results.value(0).reason, QStringLiteral("3 rows dated after today were not written"));
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).constLast().date, 20240614);
+    EXPECT_EQ(friday.results.value(0).reason, "3 rows dated after today were not written");
+    EXPECT_EQ(barsOf(folder, "IBM").constLast().date, 20240614);
 
     today = Monday;
-    server.symbol(QStringLiteral("IBM")).historyBody.reset();
-    const JobOutcome monday = run({item(QStringLiteral("IBM"))});
+    server.symbol("IBM").historyBody.reset();
+    const JobOutcome monday = run({item("IBM")});
     EXPECT_EQ(statuses(monday), QStringList{"IBM=OK"});
     EXPECT_TRUE(monday.results.value(0).reason.isEmpty());
-    expectBars(barsOf(folder, QStringLiteral("IBM")), server.symbol(QStringLiteral("IBM")).history);
+    expectBars(barsOf(folder, "IBM"), server.symbol("IBM").history);
 }
 
 TEST_F(DownloadJobTest, ANewSecurityGetsTheBarOfItsFirstDate)
 {
     // As the create window leaves it: the first date recorded by a bar added and taken away again.
     const QDate first(2024, 6, 10);
-    addSecurity(folder, QStringLiteral("NEW"), {});
+    addSecurity(folder, "NEW", {});
     store::MetaStockWriter writer;
     ASSERT_TRUE(writer.OpenFolder(folder).ok());
-    ASSERT_TRUE(writer.SelectSecurity(QStringLiteral("NEW")).ok());
+    ASSERT_TRUE(writer.SelectSecurity("NEW").ok());
     ASSERT_TRUE(writer.AddBar(20240610, 0, 0, 0, 0, 0, 0, 0).ok());
-    ASSERT_TRUE(writer.DeleteBar(QStringLiteral("20240610")).ok());
+    ASSERT_TRUE(writer.DeleteBar("20240610").ok());
     ASSERT_TRUE(writer.CloseFolder().ok());
-    server.symbol(QStringLiteral("NEW")).history = everyDay(servedFrom, servedTo);
+    server.symbol("NEW").history = everyDay(servedFrom, servedTo);
 
     QList<download::ListedSecurity> listed;
     ASSERT_TRUE(download::listSecurities(folder, listed).ok());
@@ -182,28 +184,28 @@ TEST_F(DownloadJobTest, ANewSecurityGetsTheBarOfItsFirstDate)
     const JobOutcome outcome =
         run({*download::makeDownloadItem(listed[0].symbol, listed[0].firstDate, listed[0].lastDate, folder, today)});
     EXPECT_EQ(statuses(outcome), QStringList{"NEW=OK"});
-    expectBars(barsOf(folder, QStringLiteral("NEW")), everyDay(first, today));
+    expectBars(barsOf(folder, "NEW"), everyDay(first, today));
 }
 
 TEST_F(DownloadJobTest, AFolderThatCannotBeOpenedStopsTheJobUntilASecurityHasBeenWritten)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    addServed(QStringLiteral("UP"), Friday);
-    context::DownloadItem missing = item(QStringLiteral("IBM"));
-    missing.symbol = QStringLiteral("GONE");
-    missing.folder = context.makeFolder(QStringLiteral("elsewhere")) + QStringLiteral("/missing");
-    server.symbol(QStringLiteral("GONE")).history = server.symbol(QStringLiteral("IBM")).history;
+    addServed("IBM", QDate(2024, 6, 5));
+    addServed("UP", Friday);
+    context::DownloadItem missing = item("IBM");
+    missing.symbol = "GONE";
+    missing.folder = context.makeFolder("elsewhere") + "/missing";
+    server.symbol("GONE").history = server.symbol("IBM").history;
 
     // Met first (after a security that needed nothing): the job ends, the failing one has no result.
-    const JobOutcome stopped = run({item(QStringLiteral("UP")), missing, item(QStringLiteral("IBM"))});
+    const JobOutcome stopped = run({item("UP"), missing, item("IBM")});
     EXPECT_EQ(stopped.end, JobOutcome::End::Stopped);
     EXPECT_EQ(statuses(stopped), QStringList{"UP=Up to date"});
-    EXPECT_TRUE(stopped.stopReason.startsWith(QStringLiteral("GONE: "))) << stopped.stopReason.toStdString();
+    EXPECT_TRUE(stopped.stopReason.startsWith("GONE: ")) << stopped.stopReason.toStdString();
 
     // Met after a security was written: the job carries on and classifies it by the service's answer.
     QStringList reported;
     events.ignoredError = [&](const QString& symbol, const QString&) { reported.append(symbol); };
-    const JobOutcome carried = run({item(QStringLiteral("IBM")), missing, item(QStringLiteral("UP"))});
+    const JobOutcome carried = run({item("IBM"), missing, item("UP")});
     EXPECT_EQ(carried.end, JobOutcome::End::Completed);
     EXPECT_EQ(statuses(carried), (QStringList{"IBM=OK", "GONE=OK", "UP=Up to date"}));
     EXPECT_EQ(reported, QStringList{"GONE"}) << "one report per security, however many calls failed";
@@ -213,20 +215,20 @@ TEST_F(DownloadJobTest, AFolderThatCannotBeOpenedStopsTheJobUntilASecurityHasBee
 
 TEST_F(DownloadJobTest, ABarTheFolderCannotHoldStopsTheJobAndLeavesTheSecurityAsItWas)
 {
-    addServed(QStringLiteral("IBM"), QDate(2024, 6, 5));
-    server.symbol(QStringLiteral("IBM")).history[40].high = 1e40;
-    const QList<store::PriceBar> before = barsOf(folder, QStringLiteral("IBM"));
+    addServed("IBM", QDate(2024, 6, 5));
+    server.symbol("IBM").history[40].high = 1e40;
+    const QList<store::PriceBar> before = barsOf(folder, "IBM");
 
-    const JobOutcome outcome = run({item(QStringLiteral("IBM"))});
+    const JobOutcome outcome = run({item("IBM")});
     EXPECT_EQ(outcome.end, JobOutcome::End::Stopped);
     EXPECT_TRUE(outcome.results.isEmpty());
-    EXPECT_EQ(barsOf(folder, QStringLiteral("IBM")).size(), before.size());
+    EXPECT_EQ(barsOf(folder, "IBM").size(), before.size());
 }
 
 TEST_F(DownloadJobTest, ThreadsChangeNothingButHowManyRequestsWaitAtOnce)
 {
     // Two folders made alike, securities in every situation, replies that arrive out of order.
-    const QString other = context.makeFolder(QStringLiteral("other"));
+    const QString other = context.makeFolder("other");
     QList<context::DownloadItem> items[2];
     for (int i = 0; i < 10; ++i) {
         const QString symbol = QStringLiteral("S%1").arg(i, 2, 10, QLatin1Char('0'));
@@ -240,11 +242,8 @@ TEST_F(DownloadJobTest, ThreadsChangeNothingButHowManyRequestsWaitAtOnce)
             script.misbehaviour = QuoteServer::Misbehaviour::NotFound;
         if (i % 3 == 0)
             script.quoteBody = "\"X\",90.44,\"6/14/2024\",\"4:01pm\",-0.5,\"-0.5%\",N/A,91.2,90.1,N/A,N/A,N/A\n";
-        for (int f = 0; f < 2; ++f) {
-            const QString in = f == 0 ? folder : other;
-            const QList<store::PriceBar> bars = barsOf(in, symbol);
-            items[f].append(*download::makeDownloadItem(symbol, bars.first().date, bars.last().date, in, today));
-        }
+        items[0].append(item(symbol, folder));
+        items[1].append(item(symbol, other));
     }
     server.slowDelay = std::chrono::milliseconds(30);
     DownloadOptions options;
@@ -290,32 +289,28 @@ TEST_F(DownloadJobTest, CancelFinishesTheSecurityInHandAndAbortsTheRequestsWaiti
     DownloadOptions options;
     options.threads = 4;
 
-    const JobOutcome outcome = job.run(
-        {item(QStringLiteral("A")), item(QStringLiteral("B")), item(QStringLiteral("C")), item(QStringLiteral("D"))},
-        options,
-        today);
+    const JobOutcome outcome = job.run({item("A"), item("B"), item("C"), item("D")}, options, today);
     EXPECT_EQ(outcome.end, JobOutcome::End::Cancelled);
     EXPECT_EQ(statuses(outcome), QStringList{"A=OK"});
-    expectBars(barsOf(folder, QStringLiteral("A")), server.symbol(QStringLiteral("A")).history);
-    EXPECT_EQ(barsOf(folder, QStringLiteral("B")).size(), 36);
+    expectBars(barsOf(folder, "A"), server.symbol("A").history);
+    EXPECT_EQ(barsOf(folder, "B").size(), 36);
 }
 
 TEST_F(DownloadJobTest, ReportsTheSlowestRequestsSlowestFirst)
 {
     for (const char* symbol : {"A", "B", "C"})
         addServed(QLatin1String(symbol), QDate(2024, 6, 5));
-    server.symbol(QStringLiteral("B")).misbehaviour = QuoteServer::Misbehaviour::Slow;
+    server.symbol("B").misbehaviour = QuoteServer::Misbehaviour::Slow;
     server.slowDelay = std::chrono::milliseconds(300);
     DownloadOptions options;
     options.threads = 3;
 
-    const JobOutcome outcome =
-        run({item(QStringLiteral("A")), item(QStringLiteral("B")), item(QStringLiteral("C"))}, options);
+    const JobOutcome outcome = run({item("A"), item("B"), item("C")}, options);
     ASSERT_EQ(outcome.slowestRequests.size(), 3);
-    EXPECT_EQ(outcome.slowestRequests[0].symbol, QStringLiteral("B"));
+    EXPECT_EQ(outcome.slowestRequests[0].symbol, "B");
     EXPECT_TRUE(outcome.slowestRequests[0].request.startsWith(server.url() + "/table.csv?s=B&"));
     const QString text = download::slowestRequestsText(outcome.slowestRequests);
-    EXPECT_TRUE(text.startsWith(QStringLiteral("Slowest requests: B 0."))) << text.toStdString();
+    EXPECT_TRUE(text.startsWith("Slowest requests: B 0.")) << text.toStdString();
 }
 
 struct WeekendCase
@@ -342,13 +337,13 @@ TEST_P(WeekendTest, OnlyASundayOnMondayOrASaturdayOnItselfIsSkippedByTheJobsCloc
     const WeekendCase& c = GetParam();
     servedTo = Monday;
     today = c.today;
-    addServed(QStringLiteral("IBM"), c.from.addDays(-1));
+    addServed("IBM", c.from.addDays(-1));
     DownloadOptions options;
     options.weekendQuotes = c.weekendQuotes;
     const QString from = c.from.toString(Qt::ISODate);
-    ASSERT_EQ(item(QStringLiteral("IBM")).fromDate, from);
+    ASSERT_EQ(item("IBM").fromDate, from);
 
-    const JobOutcome outcome = run({item(QStringLiteral("IBM"))}, options);
+    const JobOutcome outcome = run({item("IBM")}, options);
     EXPECT_EQ(outcome.results.value(0).status == u"Up to date", c.upToDate) << from.toStdString();
     EXPECT_EQ(server.requests().isEmpty(), c.upToDate) << from.toStdString();
 }
@@ -372,6 +367,11 @@ struct StartCase
     QDate today;
     QDate start;
 };
+
+void PrintTo(const StartCase& c, std::ostream* out)
+{
+    *out << qPrintable(c.last.toString(Qt::ISODate)) << " on " << qPrintable(c.today.toString(Qt::ISODate));
+}
 
 class StartDateTest : public testing::TestWithParam<StartCase>
 {};
@@ -397,13 +397,12 @@ TEST(SelectionTest, AllButTodaysAndUndatedSecuritiesStartTicked)
     EXPECT_TRUE(download::tickedByDefault(20240613, Friday));
     EXPECT_TRUE(download::tickedByDefault(20240615, Friday));
     EXPECT_FALSE(download::tickedByDefault(0, Friday));
-    EXPECT_FALSE(download::makeDownloadItem(QStringLiteral("IBM"), 0, 0, QStringLiteral("/d"), Friday));
-    const auto made =
-        download::makeDownloadItem(QStringLiteral(" IBM "), 20240102, 20240301, QStringLiteral("/d"), Friday);
+    EXPECT_FALSE(download::makeDownloadItem("IBM", 0, 0, "/d", Friday));
+    const auto made = download::makeDownloadItem(" IBM ", 20240102, 20240301, "/d", Friday);
     ASSERT_TRUE(made);
-    EXPECT_EQ(made->symbol, QStringLiteral("IBM"));
-    EXPECT_EQ(made->lastDateLess35, QStringLiteral("2024-01-26"));
-    EXPECT_EQ(made->fromDate, QStringLiteral("2024-03-01"));
+    EXPECT_EQ(made->symbol, "IBM");
+    EXPECT_EQ(made->lastDateLess35, "2024-01-26");
+    EXPECT_EQ(made->fromDate, "2024-03-01");
 }
 
 } // namespace

@@ -46,160 +46,41 @@ bool save(QWidget& window, const QString& folder, const char* name)
     return true;
 }
 
-// The download window over a folder of three securities, one of them up to date.
-bool saveDownload(testing_support::TestContext& context, const QString& output)
+struct Security
 {
-    // A short, plain path reads better in the manual than a temporary folder's name.
-    const QString data = QDir::temp().filePath(QStringLiteral("quotes/asx"));
-    QDir(data).removeRecursively();
-    QDir().mkpath(data);
+    const char* symbol;
+    const char* name;
+    QDate first = {}; // of its weekday bars; none without
+    QDate last = {};
+};
+
+// A fresh folder under a short, plain path (it reads better in the manual than a temporary folder's name)
+// with the securities, their bars a walk of small steps with a slow swing under it, as prices go.
+QString writeFolder(const QString& name, std::initializer_list<Security> securities)
+{
+    const QString folder = QDir::temp().filePath(QStringLiteral("quotes/") + name);
+    QDir(folder).removeRecursively();
     store::MetaStockWriter writer;
-    (void)writer.OpenFolder(data);
-
-    const struct
-    {
-        const char* symbol;
-        const char* name;
-        qint32 lastDate;
-    } securities[] = {{"BHP.AX", "BHP Group", 20240612},
-                      {"RIO.AX", "Rio Tinto", 20240613},
-                      {"FMG.AX", "Fortescue", 20240614}};
-
-    for (const auto& security : securities) {
+    (void)writer.CreateFolder(folder);
+    (void)writer.OpenFolder(folder);
+    std::minstd_rand random(11);
+    const auto move = [&random](double size) { return (double(random() % 2001) / 1000.0 - 1.0) * size; };
+    for (const Security& security : securities) {
         (void)writer.CreateSecurity(QLatin1String(security.symbol), QLatin1String(security.name), 1);
-        (void)writer.AddBar(security.lastDate, 0, 40, 41, 39, 40.5, 1000000, 0);
-    }
-    (void)writer.CloseFolder();
-    symbols::writeSys(context, {data});
-
-    download::frmDownload window(context);
-    window.resize(720, 520);
-    window.Timer1_Timer();
-    window.ListView2->topLevelItem(0)->setCheckState(0, Qt::Checked);
-    const bool saved = save(window, output, "download");
-    QDir(data).removeRecursively();
-    return saved;
-}
-
-// Open Security over a folder of three securities, and the data sheet of one of them with a year of bars.
-bool saveOpenAndDataSheet(testing_support::TestContext& context, const QString& output)
-{
-    const QString data = QDir::temp().filePath(QStringLiteral("quotes/nyse"));
-    QDir(data).removeRecursively();
-    QDir().mkpath(data);
-    store::MetaStockWriter writer;
-    (void)writer.OpenFolder(data);
-    const char* const securities[][2] = {{"IBM", "Intl Business Machines"},
-                                         {"KO", "Coca-Cola"},
-                                         {"GE", "General Electric"}};
-    for (const auto& [symbol, name] : securities) {
-        (void)writer.CreateSecurity(QLatin1String(symbol), QLatin1String(name), 1);
-        double price = 80;
-        for (QDate day(2023, 6, 1); day <= QDate(2024, 6, 14); day = day.addDays(1)) {
+        double close = 44.0;
+        int i = 0;
+        for (QDate day = security.first; day.isValid() && day <= security.last; day = day.addDays(1)) {
             if (day.dayOfWeek() > 5)
                 continue;
-            price *= 1.0 + ((day.dayOfYear() * 7) % 11 - 5) / 1000.0;
-            (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(),
-                                0,
-                                price,
-                                price * 1.01,
-                                price * 0.99,
-                                price * 1.002,
-                                3000000 + day.dayOfYear() * 1000,
-                                0);
+            const double open = close + move(0.3);
+            close = open + move(0.9) + 0.35 * std::sin(i++ / 14.0);
+            const double high = std::max(open, close) + std::abs(move(0.4));
+            const double low = std::min(open, close) - std::abs(move(0.4));
+            (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(), 0, open, high, low, close, 1e6, 0);
         }
     }
     (void)writer.CloseFolder();
-
-    context->state.currentFolder = data;
-    store::frmOpen open(context);
-    open.resize(620, 360);
-    open.ListView1->setCurrentItem(open.ListView1->topLevelItem(0));
-    open.Text2->setText(open.ListView1->topLevelItem(0)->text(0));
-    bool ok = save(open, output, "open-security");
-
-    store::frmView sheet(context, data, QStringLiteral("Intl Business Machines"), QStringLiteral("IBM"));
-    sheet.setWindowTitle(QStringLiteral("DataSheet of Intl Business Machines"));
-    sheet.resize(640, 480);
-    ok = save(sheet, output, "data-sheet") && ok;
-    QDir(data).removeRecursively();
-    return ok;
-}
-
-// A chart of half a year of a security in each of the three styles.
-bool saveCharts(testing_support::TestContext& context, const QString& output)
-{
-    const QString data = QDir::temp().filePath(QStringLiteral("quotes/chart"));
-    QDir(data).removeRecursively();
-    QDir().mkpath(data);
-    store::MetaStockWriter writer;
-    (void)writer.OpenFolder(data);
-    (void)writer.CreateSecurity(QStringLiteral("BHP.AX"), QStringLiteral("BHP Group"), 1);
-    // A walk of small steps with a slow swing under it, as prices go.
-    std::minstd_rand random(11);
-    const auto move = [&random](double size) { return (double(random() % 2001) / 1000.0 - 1.0) * size; };
-    double close = 44.0;
-    QDate day(2024, 1, 2);
-    for (int i = 0; i < 120; day = day.addDays(1)) {
-        if (day.dayOfWeek() > 5)
-            continue;
-        const double open = close + move(0.3);
-        close = open + move(0.9) + 0.35 * std::sin(i / 14.0);
-        const double high = std::max(open, close) + std::abs(move(0.4));
-        const double low = std::min(open, close) - std::abs(move(0.4));
-        (void)writer.AddBar(day.year() * 10000 + day.month() * 100 + day.day(), 0, open, high, low, close, 1e6, 0);
-        ++i;
-    }
-    (void)writer.CloseFolder();
-
-    chart::frmChart window(context, data, QStringLiteral("BHP.AX"));
-    window.setWindowTitle(QStringLiteral("Chart of BHP Group"));
-    window.resize(760, 420);
-    bool ok = true;
-    const std::pair<QRadioButton*, const char*> styles[] = {{window.Option1, "chart-line"},
-                                                            {window.Option2, "chart-bar"},
-                                                            {window.Option3, "chart-candle"}};
-    for (const auto& [option, name] : styles) {
-        option->click();
-        ok = save(window, output, name) && ok;
-    }
-    QDir(data).removeRecursively();
-    return ok;
-}
-
-// The finder after a search of two folders for "B*".
-bool saveFinder(testing_support::TestContext& context, const QString& output)
-{
-    const QString data = QDir::temp().filePath(QStringLiteral("quotes"));
-    QDir(data).removeRecursively();
-
-    const struct
-    {
-        const char* folder;
-        const char* symbol;
-        const char* name;
-    } securities[] = {{"asx", "BHP.AX", "BHP Group"},
-                      {"asx", "BSL.AX", "BlueScope Steel"},
-                      {"asx", "RIO.AX", "Rio Tinto"},
-                      {"lse", "BARC.L", "Barclays"},
-                      {"lse", "BP.L", "BP"}};
-
-    for (const auto& security : securities) {
-        const QString folder = QDir(data).filePath(QLatin1String(security.folder));
-        store::MetaStockWriter writer;
-        (void)writer.CreateFolder(folder);
-        (void)writer.OpenFolder(folder);
-        (void)writer.CreateSecurity(QLatin1String(security.symbol), QLatin1String(security.name), 1);
-        (void)writer.CloseFolder();
-    }
-    store::frmFinder window(context);
-    window.Text1->setText(QStringLiteral("B*"));
-    window.Text2->setText(data);
-    window.Check1->setChecked(true);
-    window.Command1->click();
-    const bool saved = save(window, output, "finder");
-    QDir(data).removeRecursively();
-    return saved;
+    return folder;
 }
 
 } // namespace
@@ -236,19 +117,72 @@ int main(int argc, char** argv)
     create.Text2->setText(QStringLiteral("BHP Group"));
     create.Text3->setText(QStringLiteral("BHP.AX"));
     ok = save(create, folder, "create") && ok;
-    ok = saveDownload(context, folder) && ok;
-    ok = saveOpenAndDataSheet(context, folder) && ok;
-    ok = saveCharts(context, folder) && ok;
+
+    // The download window over a folder of three securities, one of them up to date.
+    const QString asx = writeFolder(QStringLiteral("asx"),
+                                    {{"BHP.AX", "BHP Group", {2024, 6, 12}, {2024, 6, 12}},
+                                     {"RIO.AX", "Rio Tinto", {2024, 6, 13}, {2024, 6, 13}},
+                                     {"FMG.AX", "Fortescue", {2024, 6, 14}, {2024, 6, 14}}});
+    symbols::writeSys(context, {asx});
+    download::frmDownload download(context);
+    download.resize(720, 520);
+    download.Timer1_Timer();
+    download.ListView2->topLevelItem(0)->setCheckState(0, Qt::Checked);
+    ok = save(download, folder, "download") && ok;
+
+    // Open Security over a folder of three securities with a year of bars, and the data sheet of one.
+    const QDate yearFrom(2023, 6, 1), yearTo(2024, 6, 14);
+    context->state.currentFolder = writeFolder(QStringLiteral("nyse"),
+                                               {{"IBM", "Intl Business Machines", yearFrom, yearTo},
+                                                {"KO", "Coca-Cola", yearFrom, yearTo},
+                                                {"GE", "General Electric", yearFrom, yearTo}});
+    store::frmOpen open(context);
+    open.resize(620, 360);
+    open.ListView1->setCurrentItem(open.ListView1->topLevelItem(0));
+    open.Text2->setText(open.ListView1->topLevelItem(0)->text(0));
+    ok = save(open, folder, "open-security") && ok;
+    store::frmView sheet(context,
+                         context->state.currentFolder,
+                         QStringLiteral("Intl Business Machines"),
+                         QStringLiteral("IBM"));
+    sheet.setWindowTitle(QStringLiteral("DataSheet of Intl Business Machines"));
+    sheet.resize(640, 480);
+    ok = save(sheet, folder, "data-sheet") && ok;
+
+    // A chart of half a year of a security in each of the three styles.
+    chart::frmChart chart(context,
+                          writeFolder(QStringLiteral("chart"), {{"BHP.AX", "BHP Group", {2024, 1, 2}, {2024, 6, 14}}}),
+                          QStringLiteral("BHP.AX"));
+    chart.setWindowTitle(QStringLiteral("Chart of BHP Group"));
+    chart.resize(760, 420);
+    const std::pair<QRadioButton*, const char*> styles[] = {{chart.Option1, "chart-line"},
+                                                            {chart.Option2, "chart-bar"},
+                                                            {chart.Option3, "chart-candle"}};
+    for (const auto& [option, name] : styles) {
+        option->click();
+        ok = save(chart, folder, name) && ok;
+    }
+
     convert::frmConvert converter(context);
     converter.Text1->setText(QStringLiteral("/data/asx"));
     converter.Text2->setText(QStringLiteral("/data/csv"));
     ok = save(converter, folder, "convert") && ok;
-    ok = saveFinder(context, folder) && ok;
+    // The finder after a search of two folders for "B*".
+    writeFolder(QStringLiteral("finder/asx"),
+                {{"BHP.AX", "BHP Group"}, {"BSL.AX", "BlueScope Steel"}, {"RIO.AX", "Rio Tinto"}});
+    writeFolder(QStringLiteral("finder/lse"), {{"BARC.L", "Barclays"}, {"BP.L", "BP"}});
+    store::frmFinder finder(context);
+    finder.Text1->setText(QStringLiteral("B*"));
+    finder.Text2->setText(QDir::temp().filePath(QStringLiteral("quotes/finder")));
+    finder.Check1->setChecked(true);
+    finder.Command1->click();
+    ok = save(finder, folder, "finder") && ok;
     context->state.lookupNames = {QStringLiteral("BHP Group"),
                                   QStringLiteral("Fortescue"),
                                   QStringLiteral("Rio Tinto")};
     context->state.lookupSymbols = {QStringLiteral("BHP.AX"), QStringLiteral("FMG.AX"), QStringLiteral("RIO.AX")};
     store::frmCreateMultiple multiple(context);
     ok = save(multiple, folder, "create-multiple") && ok;
+    QDir(QDir::temp().filePath(QStringLiteral("quotes"))).removeRecursively();
     return ok ? 0 : 1;
 }

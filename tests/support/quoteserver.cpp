@@ -157,13 +157,6 @@ void QuoteServer::answer(QTcpSocket* socket, const QByteArray& head)
                "<p>Sorry, the symbol, the page, or the service, is not available, right now.</p>\n"
                "<p>Try again, later, or, search, for, another, one.</p>\n</body>\n</html>\n";
         break;
-    case Misbehaviour::CrlfLineEnds:
-        body.replace("\n", "\r\n");
-        break;
-    case Misbehaviour::HeaderOnly:
-        status = "200 OK";
-        body = historyCsv({});
-        break;
     case Misbehaviour::RedirectLoop:
         status = "302 Found";
         body.clear();

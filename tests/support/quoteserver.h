@@ -52,8 +52,6 @@ public:
         CutShort, // 200 announcing the whole body, sending half of it, then closing
         Slow, // the normal reply, after slowDelay
         NoReply, // reads the request and never answers
-        CrlfLineEnds, // the normal reply with CR LF line ends
-        HeaderOnly, // the history's header row alone
         RedirectLoop, // 302 back to the same address, for ever
         EndlessBody, // 200 without a length, then history rows until the client hangs up
     };

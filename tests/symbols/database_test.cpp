@@ -1,3 +1,4 @@
+#include "paramnames.h"
 #include "symbols/catalogue.h"
 #include "symbolsfixture.h"
 
@@ -11,6 +12,7 @@ namespace {
 using symbols::CatalogueEntry;
 using symbols::Database;
 using symbols::DatabaseError;
+using testing_support::PrintTo;
 
 std::vector<CatalogueEntry> shippedCatalogue()
 {
@@ -97,12 +99,6 @@ TEST_F(SymbolsTest, SysIsRewrittenInOrderWithTrimmedEntriesAndCanBeEmptied)
     EXPECT_TRUE(symbols::readSys(context).isEmpty());
 }
 
-TEST(StatementTest, TheExchangeGoesInAsItStandsAfterTwoBlanks)
-{
-    EXPECT_EQ(symbols::sql::lookupExchange("Hang Seng's"),
-              "select * from symbols  where exchange='Hang Seng's' order by security");
-}
-
 TEST_F(SymbolsTest, MisusedRecordsetsFailWithAClearErrorInsteadOfCrashing)
 {
     Database database(file(), symbols::kConnect);
@@ -117,7 +113,7 @@ TEST_F(SymbolsTest, MisusedRecordsetsFailWithAClearErrorInsteadOfCrashing)
 
 struct BadCatalogue
 {
-    const char* name;
+    const char* what;
     const char* text;
     const char* error;
 };
@@ -145,6 +141,6 @@ INSTANTIATE_TEST_SUITE_P(
         BadCatalogue{"noBar", "[NYSE]\nIBM IBM", "line 2: expected \"SYMBOL | Security name\""},
         BadCatalogue{"blankInSymbol", "[NYSE]\nBRK B | Berkshire", "line 2: the symbol \"BRK B\" holds a blank"},
         BadCatalogue{"twice", "[NYSE]\nIBM | A\n\n[NYSE]\nIBM | B\nIBM | C", "line 5: IBM is listed twice under NYSE"}),
-    [](const auto& test) { return std::string(test.param.name); });
+    testing_support::nameOf<BadCatalogue>);
 
 } // namespace
