@@ -19,13 +19,21 @@ namespace download {
 
 namespace {
 
-// The service writes its dates as "yyyy-MM-dd".
+// The service writes its dates as "yyyy-MM-dd". Read by hand: QDate::fromString with a format reads
+// the format again for every row, and that was the larger part of writing a year of bars.
 std::optional<qint32> serviceBarDate(const QString& text)
 {
-    const QDate date = QDate::fromString(text.trimmed(), QStringLiteral("yyyy-MM-dd"));
-    if (!date.isValid())
+    const QStringView date = QStringView(text).trimmed();
+    if (date.size() != 10 || date[4] != u'-' || date[7] != u'-')
         return std::nullopt;
-    return barDateOf(date);
+    bool yearOk = false, monthOk = false, dayOk = false;
+    const int year = date.mid(0, 4).toInt(&yearOk);
+    const int month = date.mid(5, 2).toInt(&monthOk);
+    const int day = date.mid(8, 2).toInt(&dayOk);
+    const bool digits = std::all_of(date.begin(), date.end(), [](QChar c) { return c.isDigit() || c == u'-'; });
+    if (!yearOk || !monthOk || !dayOk || !digits || !QDate::isValid(year, month, day))
+        return std::nullopt;
+    return barDateOf(QDate(year, month, day));
 }
 
 // The service writes prices with a point, whatever the user's locale.

@@ -103,12 +103,13 @@ bool isMade(FileSystem& fs, const QDir& dir, const std::vector<JournalEntry>& en
 }
 
 // Applies a made change: renames what still waits under its temporary name, deletes what still exists.
-// Running it twice does no harm, so a crash during recovery is recovered by the next open.
-Status applyJournal(FileSystem& fs, const QDir& dir, const std::vector<JournalEntry>& entries)
+// Running it twice does no harm, so a crash during recovery is recovered by the next open. Right after
+// the change was made (`justMade`) every temporary file waits, as it was written, so none is read back.
+Status applyJournal(FileSystem& fs, const QDir& dir, const std::vector<JournalEntry>& entries, bool justMade = false)
 {
     for (const JournalEntry& entry : entries) {
         const QString target = dir.filePath(entry.name);
-        if (entry.replaced && isWaiting(fs, dir, entry)) {
+        if (entry.replaced && (justMade || isWaiting(fs, dir, entry))) {
             if (Status s = fs.rename(dir.filePath(temporaryName(entry.name)), target); !s.ok())
                 return s;
         } else if (!entry.replaced && fs.exists(target)) {
@@ -210,7 +211,7 @@ Status Transaction::commit(bool& committed)
     if (Status s = m_fs.syncFolder(m_folder); !s.ok())
         return undo(s);
     committed = true;
-    if (Status s = applyJournal(m_fs, QDir(m_folder), entries); !s.ok()) {
+    if (Status s = applyJournal(m_fs, QDir(m_folder), entries, true); !s.ok()) {
         // Refused half way (a file held open by another program, say): one more try from what the
         // folder holds, as the next open would make it.
         return recoverFolder(m_fs, m_folder);
