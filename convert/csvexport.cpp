@@ -6,6 +6,7 @@
 
 #include <QDir>
 
+#include <deque>
 #include <future>
 #include <optional>
 #include <string>
@@ -50,8 +51,10 @@ struct Pending
 {
     int done = 0;
     QString fileName;
-    qint64 bars = 0;
-    std::future<std::string> text; // not valid when the security is left out
+    QString problem; // why it is left out; empty when it is written
+    std::vector<store::PriceBar> bars; // handed to the formatting thread
+    qint64 barCount = 0;
+    std::future<std::string> text;
 };
 
 } // namespace
@@ -73,73 +76,89 @@ store::Status exportFolder(store::FileSystem& fs,
     (void)reader.HasMoreSecurities(more);
     report.total = more;
 
-    // A security's bars are read on this thread and turned into text on a second one while this one
-    // writes the file of the security before: formatting the numbers is the larger half of the work.
-    // The file system is used from this thread only; the formatting thread has the line writer to itself.
-    CsvLineWriter lines(locale);
-    std::optional<Pending> previous;
+    // Formatting the numbers is half of the work, so it runs on other threads: two securities are
+    // turned into text at a time while this thread reads the next and writes the files in order. The
+    // file system is used from this thread only; each formatting thread has a line writer to itself.
+    CsvLineWriter lineWriters[2] = {CsvLineWriter(locale), CsvLineWriter(locale)};
     store::Status failure;
-    // Writes the file of `pending`; false when the run stops.
-    auto finish = [&](Pending& pending) {
-        if (pending.text.valid()) {
-            const std::string text = pending.text.get();
-            const QString path = QDir(destination).filePath(pending.fileName);
+    // The next security into `pending`; false at the end of the folder or when it cannot be read on.
+    auto readNext = [&](Pending& pending, int done) {
+        if (!reader.HasMoreSecurities(more).ok() || more <= 0)
+            return false;
+        if (failure = reader.NextSecurity(); !failure.ok())
+            return false;
+        store::SecurityDescriptor security;
+        (void)reader.GetSecurity(security);
+        pending = Pending{done, csvFileName(security.name, security.symbol), {}, {}, 0, {}};
+        QChar forbidden;
+        if (holdsForbiddenCharacter(pending.fileName, forbidden)) {
+            pending.problem = QStringLiteral("the security %1 (%2) cannot be written: a file name cannot hold \"%3\"")
+                                  .arg(security.symbol, security.name, QString(forbidden));
+        } else if (store::Status s = reader.SelectSecurity(security.symbol); !s.ok()) {
+            pending.problem = s.text();
+        } else if (!readDailyBars(reader, pending.bars)) {
+            pending.problem = QStringLiteral("the security %1 holds several bars a day (intraday data), which a "
+                                             "file of one line per date cannot keep apart")
+                                  .arg(security.symbol);
+        }
+        (void)reader.CloseSecurity();
+        return true;
+    };
+    // Writes the file of `written` with `text`; false when the run stops.
+    auto finish = [&](const Pending& written, const std::string& text) {
+        if (!written.problem.isEmpty()) {
+            report.problems.push_back({written.fileName, 0, written.problem});
+        } else {
+            const QString path = QDir(destination).filePath(written.fileName);
             const QString temporary = path + QStringLiteral(".part");
             failure = fs.writeFile(temporary, QByteArray::fromRawData(text.data(), qsizetype(text.size())));
             if (failure.ok())
                 failure = fs.rename(temporary, path);
             if (!failure.ok()) {
                 (void)fs.remove(temporary);
-                report.problems.push_back({pending.fileName, 0, failure.text()});
+                report.problems.push_back({written.fileName, 0, failure.text()});
                 return false;
             }
             ++report.converted;
-            report.bars += pending.bars;
+            report.bars += written.barCount;
         }
-        if (progress && !progress(pending.done, report.total, pending.fileName)) {
+        if (progress && !progress(written.done, report.total, written.fileName)) {
             report.cancelled = true;
             return false;
         }
         return true;
     };
-    for (int done = 1; reader.HasMoreSecurities(more).ok() && more > 0; ++done) {
-        store::SecurityDescriptor security;
-        if (store::Status s = reader.NextSecurity(); !s.ok())
-            return s;
-        (void)reader.GetSecurity(security);
-        Pending current{done, csvFileName(security.name, security.symbol), 0, {}};
-        QString problem;
-        std::vector<store::PriceBar> bars;
-        QChar forbidden;
-        if (holdsForbiddenCharacter(current.fileName, forbidden)) {
-            problem = QStringLiteral("the security %1 (%2) cannot be written: a file name cannot hold \"%3\"")
-                          .arg(security.symbol, security.name, QString(forbidden));
-        } else if (store::Status s = reader.SelectSecurity(security.symbol); !s.ok()) {
-            problem = s.text();
-        } else if (!readDailyBars(reader, bars)) {
-            problem = QStringLiteral("the security %1 holds several bars a day (intraday data), which a file of "
-                                     "one line per date cannot keep apart")
-                          .arg(security.symbol);
-        }
-        (void)reader.CloseSecurity();
-        if (previous && !finish(*previous))
+
+    std::deque<Pending> inFlight; // in file order, the oldest first
+    auto finishOldest = [&] {
+        Pending oldest = std::move(inFlight.front());
+        inFlight.pop_front();
+        return finish(oldest, oldest.text.valid() ? oldest.text.get() : std::string());
+    };
+    Pending current;
+    for (int done = 1; readNext(current, done); ++done) {
+        // The oldest used the line writer the new one is given.
+        if (inFlight.size() == 2 && !finishOldest())
             return failure;
-        if (problem.isEmpty()) {
-            current.bars = qint64(bars.size());
-            current.text = std::async(std::launch::async, [&lines, bars = std::move(bars)] {
-                std::string text;
-                lines.appendHeader(text);
-                for (const store::PriceBar& bar : bars)
-                    lines.appendBar(text, bar);
-                return text;
-            });
-        } else {
-            report.problems.push_back({current.fileName, 0, problem});
+        if (current.problem.isEmpty()) {
+            current.barCount = qint64(current.bars.size());
+            current.text =
+                std::async(std::launch::async, [&lines = lineWriters[done % 2], bars = std::move(current.bars)] {
+                    std::string text;
+                    lines.appendHeader(text);
+                    for (const store::PriceBar& bar : bars)
+                        lines.appendBar(text, bar);
+                    return text;
+                });
         }
-        previous = std::move(current);
+        inFlight.push_back(std::move(current));
     }
-    if (previous && !finish(*previous))
+    if (!failure.ok())
         return failure;
+    while (!inFlight.empty()) {
+        if (!finishOldest())
+            return failure;
+    }
     (void)reader.Close();
     return {};
 }

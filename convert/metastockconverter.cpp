@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <deque>
 #include <future>
 
 namespace convert {
@@ -103,10 +105,10 @@ store::Status MetaStockConverter::Convert(const QString& source, const QString& 
         return s;
     if (store::Status s = writer->OpenFolder(destination); !s.ok())
         return s;
-    // The next file is read and checked on a second thread while the writer stores the one before: the
-    // two take about as long, and a conversion of thousands of files is worth both cores. Only that
-    // thread touches the CSV reader, one file at a time.
-    CsvBarReader reader(m_locale);
+    // Reading and checking a file costs more than storing it, so the next two files are read on other
+    // threads while the writer stores the one before them, in file order. Each reading thread has a CSV
+    // reader to itself.
+    CsvBarReader readers[2] = {CsvBarReader(m_locale), CsvBarReader(m_locale)};
 
     struct ReadFile
     {
@@ -116,19 +118,24 @@ store::Status MetaStockConverter::Convert(const QString& source, const QString& 
     };
 
     auto readFile = [&](int index) {
-        ReadFile read;
-        read.problem = {files[index], 0, {}};
-        read.ok = readSecurity(QDir(source).filePath(files[index]), reader, read.security, read.problem);
-        return read;
+        return std::async(std::launch::async, [&, index] {
+            ReadFile read;
+            read.problem = {files[index], 0, {}};
+            read.ok =
+                readSecurity(QDir(source).filePath(files[index]), readers[index % 2], read.security, read.problem);
+            return read;
+        });
     };
-    std::future<ReadFile> next;
-    if (!files.isEmpty())
-        next = std::async(std::launch::async, readFile, 0);
+    std::deque<std::future<ReadFile>> reading; // files[done - 1] and the one after it
+    for (int index = 0; index < std::min(2, int(files.size())); ++index)
+        reading.push_back(readFile(index));
     for (int done = 1; done <= files.size(); ++done) {
         const QString& file = files[done - 1];
-        ReadFile read = next.get();
-        if (done < files.size())
-            next = std::async(std::launch::async, readFile, done);
+        const ReadFile read = reading.front().get();
+        reading.pop_front();
+        // Its reader is free now.
+        if (done + 1 < files.size())
+            reading.push_back(readFile(done + 1));
         const Security& security = read.security;
         if (!read.ok) {
             m_report.problems.push_back(read.problem);
