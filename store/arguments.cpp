@@ -4,6 +4,7 @@
 #include "metastock/mbf.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace store {
@@ -126,14 +127,19 @@ Status checkValue(double value, const char* what)
 
 Status checkBar(const PriceBar& bar)
 {
-    if (Status s = checkDate(bar.date); !s.ok())
-        return s;
     const std::pair<double, const char*> values[] = {{bar.open, "open"},
                                                      {bar.high, "high"},
                                                      {bar.low, "low"},
                                                      {bar.close, "close"},
                                                      {bar.volume, "volume"},
                                                      {bar.openInterest, "open interest"}};
+    // Every bar of a download or a conversion passes here, most of them twice: the sound ones are
+    // told apart without building a status for each value.
+    const auto storable = [](const auto& value) { return metastock::floatToMbf(value.first).has_value(); };
+    if (metastock::isValidDate(bar.date) && std::all_of(std::begin(values), std::end(values), storable))
+        return {};
+    if (Status s = checkDate(bar.date); !s.ok())
+        return s;
     for (const auto& [value, what] : values) {
         if (Status s = checkValue(value, what); !s.ok())
             return s;
