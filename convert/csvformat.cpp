@@ -391,11 +391,14 @@ bool CsvBarReader::readLine(const char* begin, const char* end, store::PriceBar&
     using F = Columns::Field;
     // Fields apart by commas; with a decimal comma, as the print statement writes it in such locales,
     // a comma between two digits belongs to a number when the line has more fields than the header.
-    const auto commas = std::count(begin, end, ',');
-    const bool decimalCommas = m_localeDecimal == ',' && size_t(commas) + 1 > m_columnOf.size();
+    const bool decimalCommas = m_localeDecimal == ',' && size_t(std::count(begin, end, ',')) + 1 > m_columnOf.size();
     auto nextComma = [&](const char* p) {
+        if (!decimalCommas) {
+            const void* comma = std::memchr(p, ',', size_t(end - p));
+            return comma ? static_cast<const char*>(comma) : end;
+        }
         for (; p < end; ++p) {
-            if (*p == ',' && !(decimalCommas && p > begin && isDigit(p[-1]) && p + 1 < end && isDigit(p[1])))
+            if (*p == ',' && !(p > begin && isDigit(p[-1]) && p + 1 < end && isDigit(p[1])))
                 return p;
         }
         return end;
@@ -454,7 +457,8 @@ bool CsvBarReader::read(QIODevice& device, std::vector<store::PriceBar>& bars, C
         const char* p = buffer;
         const char* const end = buffer + kept + size_t(got);
         while (p < end) {
-            const char* newline = std::find(p, end, '\n');
+            const void* found = std::memchr(p, '\n', size_t(end - p));
+            const char* newline = found ? static_cast<const char*>(found) : end;
             if (newline == end && !atEnd)
                 break;
             ++line;
@@ -507,7 +511,8 @@ bool CsvBarReader::read(QIODevice& device, std::vector<store::PriceBar>& bars, C
     const auto byDate = [&bars](size_t a, size_t b) { return bars[a].date < bars[b].date; };
     std::vector<size_t> order(bars.size());
     std::iota(order.begin(), order.end(), size_t(0));
-    if (!std::is_sorted(order.begin(), order.end(), [&](size_t a, size_t b) { return bars[a].date <= bars[b].date; })) {
+    const auto notAfter = [](const store::PriceBar& a, const store::PriceBar& b) { return a.date <= b.date; };
+    if (!std::is_sorted(bars.begin(), bars.end(), notAfter)) {
         std::stable_sort(order.begin(), order.end(), byDate);
         std::vector<store::PriceBar> sorted;
         sorted.reserve(bars.size());
