@@ -1,7 +1,8 @@
 // Times the data component on generated folders: writing 250 securities of 5,000 bars and 1,500
-// securities (the XMASTER path), reading every bar back through MetaStockReader, and the download's
-// data-correction pattern (for each bar of a 5,000-bar security: BarExists, DeleteBar, AddBar; then
-// Commit). Prints times, bars per second and the peak memory of the process.
+// securities (the XMASTER path), reading every bar back through MetaStockReader, the download's
+// per-security pattern in a folder of 1,500 (select, append, one step each, with and without the
+// flushes), and its data-correction pattern (for each bar of a 5,000-bar security: BarExists,
+// DeleteBar, AddBar; then Commit). Prints times, bars per second and the peak memory of the process.
 
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
