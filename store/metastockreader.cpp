@@ -165,14 +165,22 @@ Status MetaStockReader::select(const QString& key, bool byName)
     if (!m_open)
         return Status::error(ErrorCode::NotOpen, QStringLiteral("No folder is open for reading"));
     (void)CloseSecurity();
-    for (const IndexEntry& entry : m_securities) {
-        if (byName ? sameName(entry.name, key) : sameSymbol(entry.symbol, key)) {
-            m_current = entry;
-            if (Status s = loadIndex(true); !s.ok())
-                return s;
-            m_selected = true;
-            return {};
-        }
+    const auto matches = [&](const IndexEntry& entry) {
+        return byName ? sameName(entry.name, key) : sameSymbol(entry.symbol, key);
+    };
+    // The security NextSecurity moved to is the one meant when it matches: a folder another program
+    // wrote may list two securities under one symbol, and going through the folder must reach both.
+    std::optional<IndexEntry> found = m_current && matches(*m_current) ? m_current : std::nullopt;
+    for (auto entry = m_securities.begin(); !found && entry != m_securities.end(); ++entry) {
+        if (matches(*entry))
+            found = *entry;
+    }
+    if (found) {
+        m_current = std::move(found);
+        if (Status s = loadIndex(true); !s.ok())
+            return s;
+        m_selected = true;
+        return {};
     }
     return Status::error(ErrorCode::NotFound,
                          QStringLiteral("The folder holds no security %1 \"%2\"")

@@ -44,8 +44,10 @@ public:
     // Fails with NotFound for a missing directory and Damaged when the index files cannot be read
     // safely. A directory without index files is an empty folder.
     [[nodiscard]] Status OpenFolder(const QString& folder);
-    // The first security whose name (as GetName reports it) matches, without regard to case.
+    // The first security whose name (as GetName reports it) matches, without regard to case; the
+    // current one (the one NextSecurity moved to) when it matches.
     [[nodiscard]] Status SelectSecurityByName(const QString& name);
+    // The same by symbol.
     [[nodiscard]] Status SelectSecurity(const QString& symbol);
     [[nodiscard]] Status ReadNextBar();
     [[nodiscard]] Status NextSecurity();

@@ -137,15 +137,25 @@ TEST(Export, NamesFilesReplacesOlderOnesAndWritesEmptySecurities)
     QTemporaryDir dir;
     const QString source = dir.filePath("source");
     const QString csv = dir.filePath("csv");
-    store_test::makeFolder(source, {{"XYZ.NS", "ABCDE FGHIJKL"}, {"A/B", "Slash"}, {"OK", "Fine", {20040501}}});
+    store_test::makeFolder(
+        source,
+        {{"XYZ.NS", "ABCDE FGHIJKL"}, {"A/B", "Slash"}, {"OK", "Fine", {20040501}}, {"TWIN", "Twin"}});
+    // Another program listed the last security under the symbol of the one before (MASTER and EMASTER).
+    QByteArray master = store_test::readFile(QDir(source).filePath("MASTER"));
+    QByteArray emaster = store_test::readFile(QDir(source).filePath("EMASTER"));
+    master.replace(4 * 53 + 36, 4, "OK  ");
+    emaster.replace(4 * 192 + 11, 4, QByteArray("OK\0\0", 4));
+    store_test::writeFile(QDir(source).filePath("MASTER"), master);
+    store_test::writeFile(QDir(source).filePath("EMASTER"), emaster);
     QDir().mkpath(csv);
     store_test::writeFile(QDir(csv).filePath("ABCDE FGHI.XYZ.NS.csv"), "old contents");
 
     convert::ConversionReport report;
     ASSERT_OK(exportTo(source, csv, report));
-    EXPECT_EQ(report.converted, 2);
+    EXPECT_EQ(report.converted, 3);
     EXPECT_EQ(report.bars, 1);
-    EXPECT_EQ(QDir(csv).entryList(QDir::Files), (QStringList{"ABCDE FGHI.XYZ.NS.csv", "Fine.OK.csv"}));
+    EXPECT_EQ(QDir(csv).entryList(QDir::Files), (QStringList{"ABCDE FGHI.XYZ.NS.csv", "Fine.OK.csv", "Twin.OK.csv"}));
+    EXPECT_EQ(store_test::readFile(QDir(csv).filePath("Twin.OK.csv")), "Date,Open,High,Low,Close,Volume\r\n");
     EXPECT_EQ(store_test::readFile(QDir(csv).filePath("ABCDE FGHI.XYZ.NS.csv")), "Date,Open,High,Low,Close,Volume\r\n");
     EXPECT_EQ(store_test::readFile(QDir(csv).filePath("Fine.OK.csv")),
               "Date,Open,High,Low,Close,Volume\r\n5/1/2004, 1 , 2 , 0.5 , 1.5 , 100 \r\n");
