@@ -158,7 +158,7 @@ private:
     bool m_carryOn = false;
     bool m_failureReported = false; // for the security in hand
     std::unique_ptr<store::MetaStockWriter> m_writer;
-    QString m_writerFolder;
+    std::optional<QString> m_writerFolder; // empty when m_writer did not open
 };
 
 store::MetaStockWriter* DownloadJob::Run::openFolder(const QString& folder, const QString& symbol)
@@ -167,10 +167,12 @@ store::MetaStockWriter* DownloadJob::Run::openFolder(const QString& folder, cons
         return m_writer.get();
     closeFolder();
     auto writer = std::make_unique<store::MetaStockWriter>();
-    if (!check(writer->OpenFolder(folder), symbol))
+    const store::Status opened = writer->OpenFolder(folder);
+    if (!check(opened, symbol))
         return nullptr;
     m_writer = std::move(writer);
-    m_writerFolder = folder;
+    // Carrying on past a folder that would not open, the next security tries it again.
+    m_writerFolder = opened.ok() ? std::optional<QString>(folder) : std::nullopt;
     return m_writer.get();
 }
 

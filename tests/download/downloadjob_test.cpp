@@ -203,12 +203,19 @@ TEST_F(DownloadJobTest, AFolderThatCannotBeOpenedStopsTheJobUntilASecurityHasBee
     EXPECT_TRUE(stopped.stopReason.startsWith("GONE: ")) << stopped.stopReason.toStdString();
 
     // Met after a security was written: the job carries on and classifies it by the service's answer.
+    // The next security of that folder tries to open it again.
+    context::DownloadItem missingToo = missing;
+    missingToo.symbol = "GONE2";
+    server.symbol("GONE2").history = server.symbol("IBM").history;
     QStringList reported;
-    events.ignoredError = [&](const QString& symbol, const QString&) { reported.append(symbol); };
-    const JobOutcome carried = run({item("IBM"), missing, item("UP")});
+    events.ignoredError = [&](const QString& symbol, const QString& error) {
+        reported.append(symbol + (error.contains("does not exist") ? ": missing" : ": " + error));
+    };
+    const JobOutcome carried = run({item("IBM"), missing, missingToo, item("UP")});
     EXPECT_EQ(carried.end, JobOutcome::End::Completed);
-    EXPECT_EQ(statuses(carried), (QStringList{"IBM=OK", "GONE=OK", "UP=Up to date"}));
-    EXPECT_EQ(reported, QStringList{"GONE"}) << "one report per security, however many calls failed";
+    EXPECT_EQ(statuses(carried), (QStringList{"IBM=OK", "GONE=OK", "GONE2=OK", "UP=Up to date"}));
+    EXPECT_EQ(reported, (QStringList{"GONE: missing", "GONE2: missing"}))
+        << "one report per security, however many calls failed";
     EXPECT_GT(carried.ignoredErrors, 1);
     EXPECT_FALSE(QDir(missing.folder).exists());
 }
