@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <functional>
+#include <future>
 #include <vector>
 
 namespace convert {
@@ -42,6 +43,11 @@ struct ConversionReport
         return text;
     }
 };
+
+// How the conversion starts its work on other threads: on a thread of its own when the system gives
+// one, otherwise at the point the result is needed, so that a system out of threads converts slower
+// instead of failing.
+inline constexpr auto anotherThread = std::launch::async | std::launch::deferred;
 
 // Called after each security or file with the number handled so far, the number in all and the file's
 // name; returning false stops the run after that file (what has been converted stays).

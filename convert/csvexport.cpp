@@ -142,14 +142,13 @@ store::Status exportFolder(store::FileSystem& fs,
             return failure;
         if (current.problem.isEmpty()) {
             current.barCount = qint64(current.bars.size());
-            current.text =
-                std::async(std::launch::async, [&lines = lineWriters[done % 2], bars = std::move(current.bars)] {
-                    std::string text;
-                    lines.appendHeader(text);
-                    for (const store::PriceBar& bar : bars)
-                        lines.appendBar(text, bar);
-                    return text;
-                });
+            current.text = std::async(anotherThread, [&lines = lineWriters[done % 2], bars = std::move(current.bars)] {
+                std::string text;
+                lines.appendHeader(text);
+                for (const store::PriceBar& bar : bars)
+                    lines.appendBar(text, bar);
+                return text;
+            });
         }
         inFlight.push_back(std::move(current));
     }

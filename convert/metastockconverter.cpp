@@ -118,7 +118,7 @@ store::Status MetaStockConverter::Convert(const QString& source, const QString& 
     };
 
     auto readFile = [&](int index) {
-        return std::async(std::launch::async, [&, index] {
+        return std::async(anotherThread, [&, index] {
             ReadFile read;
             read.problem = {files[index], 0, {}};
             read.ok =
