@@ -27,6 +27,18 @@ Status parseDateText(const QString& text, qint32& date);
 QString barDateText(QDate date);
 // The first date a folder can hold: a range from it reaches back to a security's oldest bar.
 constexpr qint32 earliestDate = 19000101;
+
+// The dates a folder can hold, as the windows' date boxes offer them.
+inline QDate firstStorableDate()
+{
+    return {1900, 1, 1};
+}
+
+inline QDate lastStorableDate()
+{
+    return {2099, 12, 31};
+}
+
 // A security's first date as the text the writer takes to remove its history "from the first date":
 // the index's date, or the earliest date when the index holds none (0) or a number that is no date, so
 // that the bars are removed all the same.

@@ -4,6 +4,7 @@
 #include "context/helpers.h"
 #include "context/windowhelpers.h"
 #include "newsecurity.h"
+#include "store/arguments.h"
 #include "store/metastockwriter.h"
 #include "store/progresswindow.h"
 #include "symbols/windows/frmlookup.h"
@@ -44,7 +45,7 @@ frmCreateMultiple::frmCreateMultiple(context::AppContext& context, QWidget* pare
         button->setAutoDefault(false);
     context::showShortDates(*DTPicker1, m_context.locale);
     // The dates a folder can hold; the picker offers no other, so no row can fail on its date.
-    DTPicker1->setDateRange(QDate(1900, 1, 1), QDate(2099, 12, 31));
+    DTPicker1->setDateRange(store::firstStorableDate(), store::lastStorableDate());
     context::showAsReport(*ListView1, {QStringLiteral("Security Name"), QStringLiteral("Symbol")}, {300});
 
     auto* fields = new QGridLayout;

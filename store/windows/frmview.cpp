@@ -381,7 +381,7 @@ frmRecord::frmRecord(context::AppContext& context, QWidget* parent)
     setWindowTitle(QStringLiteral("Change Record"));
     context::showShortDates(*DTPicker1, context.locale);
     // The dates a folder can hold.
-    DTPicker1->setDateRange(QDate(1900, 1, 1), QDate(2099, 12, 31));
+    DTPicker1->setDateRange(store::firstStorableDate(), store::lastStorableDate());
 
     auto* fields = new QGridLayout;
     context::addFieldRow(*fields, 0, QStringLiteral("Date"), DTPicker1);

@@ -35,7 +35,7 @@ SecurityWindow::SecurityWindow(context::AppContext& context, QWidget* parent, Da
     context::onKeyPress(*Text2, [this](const QKeyEvent& key) { return context::typeUpperCase(*Text2, key); });
     context::showShortDates(*DTPicker1, m_context.locale);
     // One day before what a folder can hold stands for a date the folder does not hold.
-    DTPicker1->setDateRange(QDate(1899, 12, 31), QDate(2099, 12, 31));
+    DTPicker1->setDateRange(store::firstStorableDate().addDays(-1), store::lastStorableDate());
     DTPicker1->setSpecialValueText(QStringLiteral("N/A"));
 
     m_fields->addWidget(new QLabel(QStringLiteral("Name"), this), 0, 0);
