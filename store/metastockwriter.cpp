@@ -51,7 +51,8 @@ auto barOf(std::vector<Bar>& bars, qint32 date)
 }
 
 // Puts the records of `written` (a header record, then one record per entry) into the entries, so that
-// the next rewrite starts from what the file holds now.
+// the next rewrite starts from what the file holds now. An entry that was not encoded anew was written
+// as the record it holds.
 void adoptRecords(const QByteArray& written,
                   int recordSize,
                   QByteArray& header,
@@ -59,8 +60,10 @@ void adoptRecords(const QByteArray& written,
                   QByteArray IndexEntry::*record)
 {
     header = written.left(recordSize);
-    for (size_t i = 0; i < entries.size(); ++i)
-        entries[i].*record = written.mid(qsizetype(i + 1) * recordSize, recordSize);
+    for (size_t i = 0; i < entries.size(); ++i) {
+        if (entries[i].changed || (entries[i].*record).size() != recordSize)
+            entries[i].*record = written.mid(qsizetype(i + 1) * recordSize, recordSize);
+    }
 }
 
 } // namespace
