@@ -93,21 +93,17 @@ TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
     EXPECT_EQ(channel.requests.value(0), "/d/quotes.csv?s=^GSPC&f=sl1d1t1c1p2ohgbav&e=.csv");
     EXPECT_EQ(quote.Symbol(), "IBM");
 
-    download::StockQuoteValues reset;
-    reset.fill("N/A");
-    reset[0] = "MSFT";
-    reset[1] = "0.00";
     // Eleven fields, then a failed transfer: each resets what the previous, good reply had set.
     const QByteArray good = channel.body;
-    for (const auto& [ok, body] : {std::pair<bool, QByteArray>{true, "\"MSFT\",1,2,3,4,5,6,7,8,9,10\n"},
-                                   std::pair<bool, QByteArray>{false, {}}}) {
+    for (const bool transferred : {true, false}) {
         channel.reply = {true, {}, {}, 200, {}};
         channel.body = good;
         quote.setSymbol("IBM");
-        channel.reply = {ok, ok ? QString() : "Connection refused.", {}, ok ? 200 : 0, {}};
-        channel.body = body;
+        channel.reply = {transferred, transferred ? QString() : "Connection refused.", {}, transferred ? 200 : 0, {}};
+        channel.body = "\"MSFT\",1,2,3,4,5,6,7,8,9,10\n";
         quote.setSymbol("MSFT");
-        EXPECT_EQ(quote.values(), reset);
+        EXPECT_EQ(QStringList(quote.values().begin(), quote.values().end()).join(u'|'),
+                  "MSFT|0.00|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A");
         EXPECT_FALSE(quote.errorString().isEmpty());
     }
 }
@@ -249,7 +245,7 @@ INSTANTIATE_TEST_SUITE_P(
         MisbehaviourCase{"EndlessBody", Misbehaviour::EndlessBody, "more than 1000 bytes", false, true, 1000}),
     nameOf<MisbehaviourCase>);
 
-TEST(ServiceAddressTest, ComeFromTheSettingsUnlessAVariableOverrides)
+TEST(ServiceAddressTest, ComeFromTheSettingsUnlessAVariableOverridesAndAreSchemeHostAndPortOnly)
 {
     testing_support::TestContext context;
     context->settings->setValue(QLatin1String(download::QuoteUrlKey), "http://quotes.test");
@@ -259,10 +255,7 @@ TEST(ServiceAddressTest, ComeFromTheSettingsUnlessAVariableOverrides)
     qunsetenv(download::HistoryUrlVariable);
     EXPECT_EQ(addresses.quoteUrl, "http://quotes.test");
     EXPECT_EQ(addresses.historyUrl, "https://override.test:8443");
-}
 
-TEST(ServiceAddressTest, AcceptsOnlySchemeHostAndPort)
-{
     for (const char* good : {"", "  ", "http://127.0.0.1:8080", "https://quotes.example.net", "https://q.test/"})
         EXPECT_TRUE(download::checkServiceAddress(QLatin1String(good)).isEmpty()) << good;
     for (const char* bad : {"quotes.example.net",

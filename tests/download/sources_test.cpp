@@ -54,7 +54,7 @@ QString barText(const download::DailyQuoteRecord& row)
 }
 
 // A history reply, recorded (body empty: the file `what` in the providers' folders) or written after the
-// answers a provider documents, and what is made of it: "<rows> <symbol>: <newest bar>[ / <oldest bar>]",
+// answers a provider documents, and what is made of it: "<rows> <symbol>: <newest bar>[ / <oldest date>]",
 // or the reason it is refused for.
 struct HistoryCase
 {
@@ -81,7 +81,7 @@ TEST_P(HistoryReplyTest, ReadsTheRowsOrSaysWhatTheProviderAnswered)
     }
     QString outcome = QStringLiteral("%1 %2: %3").arg(parse.rows.size()).arg(parse.symbol, barText(parse.rows.first()));
     if (parse.rows.size() > 1)
-        outcome += " / " + barText(parse.rows.last());
+        outcome += " / " + parse.rows.last().date;
     EXPECT_EQ(outcome, QLatin1String(c.expected));
 }
 
@@ -98,25 +98,20 @@ INSTANTIATE_TEST_SUITE_P(
                     "1 0P000071W8.TO: 2020-01-02 73.72000122 73.72000122 73.72000122 73.72000122 0"},
         HistoryCase{"yahoo/chart_EURUSD=X_2020-01-01_2020-01-03.json",
                     200,
-                    "3 EURUSD=X: 2020-01-03 1.117081285 1.11806798 1.112569809 1.11714375 0 / "
-                    "2020-01-01 1.122082591 1.122838497 1.115946889 1.122082591 0"},
+                    "3 EURUSD=X: 2020-01-03 1.117081285 1.11806798 1.112569809 1.11714375 0 / 2020-01-01"},
         // Four days of nulls are left out; the volumes go beyond 32 bits.
         HistoryCase{"yahoo/chart_BTC-USD_2020-01-01_2021-01-04_nulls.json",
                     200,
-                    "366 BTC-USD: 2021-01-04 32810.94922 33440.21875 28722.75586 31971.91406 81163475344 / "
-                    "2020-01-01 7194.89209 7254.330566 7174.944336 7200.174316 18565664997"},
+                    "366 BTC-USD: 2021-01-04 32810.94922 33440.21875 28722.75586 31971.91406 81163475344 / 2020-01-01"},
         HistoryCase{"yahoo/chart_AAPL_2020-08-31_2020-11-07_events-div-split.json",
                     200,
-                    "49 AAPL: 2020-11-06 118.3199997 119.1999969 116.1299973 118.6900024 114457900 / "
-                    "2020-08-31 127.5800018 131 126 129.0399933 225702700"},
+                    "49 AAPL: 2020-11-06 118.3199997 119.1999969 116.1299973 118.6900024 114457900 / 2020-08-31"},
         HistoryCase{"yahoo/chart_MSFT_2021-02-01_2022-01-31_events-div.json",
                     200,
-                    "252 MSFT: 2022-01-28 300.230011 308.480011 294.4500122 308.2600098 49743700 / "
-                    "2021-02-01 235.0599976 242.5 232.4299927 239.6499939 33314200"},
+                    "252 MSFT: 2022-01-28 300.230011 308.480011 294.4500122 308.2600098 49743700 / 2021-02-01"},
         HistoryCase{"yahoo/chart_TSLA_period1-0_2023-08-12_events-div.json",
                     200,
-                    "3303 TSLA: 2023-08-11 241.7700043 243.7899933 238.0200043 242.6499939 98866600 / "
-                    "2010-06-29 1.266667008 1.666666985 1.169332981 1.592666984 281494500"},
+                    "3303 TSLA: 2023-08-11 241.7700043 243.7899933 238.0200043 242.6499939 98866600 / 2010-06-29"},
         HistoryCase{"yahoo/chart_SI_404_no-data-found.json", 404, "symbol may be delisted"},
         HistoryCase{"yahoo/chart_MDLY_404_delisted.json", 404, "No data found"},
         HistoryCase{"yahoo/chart_BEKE_400_data-doesnt-exist.json", 400, "Data doesn't exist"},
@@ -124,14 +119,12 @@ INSTANTIATE_TEST_SUITE_P(
         HistoryCase{"yahoo/chart_notimestamp-quotes-length.fake.json", 200, "2 price series"},
         HistoryCase{"yahoo/chart_notimestamp-weird-quote.fake.json", 200, "without their dates"},
         HistoryCase{"yahoo/not_json", 200, "not a chart", "Will be right back..."},
-        HistoryCase{
-            "alphavantage/TIME_SERIES_DAILY_IBM_2026-05-15.csv",
-            200,
-            "100 : 2026-05-15 218.2 220.91 217.615 219.3 6154450 / 2025-12-22 301.03 303.18 298.32 302.79 2612100"},
-        HistoryCase{
-            "alphavantage/TIME_SERIES_DAILY_ADJUSTED_IBM_2026-05-15.csv",
-            200,
-            "100 : 2026-05-15 218.2 220.91 217.615 219.3 6154450 / 2025-12-22 301.03 303.18 298.32 302.79 2612100"},
+        HistoryCase{"alphavantage/TIME_SERIES_DAILY_IBM_2026-05-15.csv",
+                    200,
+                    "100 : 2026-05-15 218.2 220.91 217.615 219.3 6154450 / 2025-12-22"},
+        HistoryCase{"alphavantage/TIME_SERIES_DAILY_ADJUSTED_IBM_2026-05-15.csv",
+                    200,
+                    "100 : 2026-05-15 218.2 220.91 217.615 219.3 6154450 / 2025-12-22"},
         // Minutes are not days: the JSON layout reads, but a day given many times is refused.
         HistoryCase{"alphavantage/TIME_SERIES_INTRADAY_MSFT_1min_2017-12-18.json", 200, "twice"},
         HistoryCase{"alphavantage/daily_limit",
@@ -148,18 +141,15 @@ INSTANTIATE_TEST_SUITE_P(
                     200,
                     "apikey is invalid",
                     "{\"Error Message\": \"the parameter apikey is invalid or missing.\"}"},
-        HistoryCase{
-            "tiingo/daily_GOOGL_2015-01-01_2015-01-05.csv",
-            200,
-            "2 : 2015-01-05 527.15 527.9899 517.75 519.46 2059119 / 2015-01-02 532.6 535.8 527.88 529.55 1327870"},
-        HistoryCase{
-            "tiingo/daily_GOOGL_2015-01-01_2015-01-05.json",
-            200,
-            "2 : 2015-01-05 527.15 527.9899 517.75 519.46 2059119 / 2015-01-02 532.6 535.8 527.88 529.55 1327870"},
+        HistoryCase{"tiingo/daily_GOOGL_2015-01-01_2015-01-05.csv",
+                    200,
+                    "2 : 2015-01-05 527.15 527.9899 517.75 519.46 2059119 / 2015-01-02"},
+        HistoryCase{"tiingo/daily_GOOGL_2015-01-01_2015-01-05.json",
+                    200,
+                    "2 : 2015-01-05 527.15 527.9899 517.75 519.46 2059119 / 2015-01-02"},
         HistoryCase{"tiingo/daily_GOOGL_2018-01-05_2018-01-19.json",
                     200,
-                    "10 : 2018-01-19 1138.03 1143.78 1132.5 1143.5 1418376 / 2018-01-05 1103.45 1113.58 1101.8 1110.29 "
-                    "1493389"},
+                    "10 : 2018-01-19 1138.03 1143.78 1132.5 1143.5 1418376 / 2018-01-05"},
         HistoryCase{"tiingo/daily_GOOGL_latest.json", 200, "1 : 2018-04-12 1031.47 1044.65 1026.05 1037.29 1644794"},
         HistoryCase{"tiingo/meta_GOOGL.json", 200, "not a price table"},
         HistoryCase{"tiingo/unknown_csv", 200, "Ticker 'ZZQXQ' not found", "Error: Ticker 'ZZQXQ' not found"},
@@ -169,17 +159,16 @@ INSTANTIATE_TEST_SUITE_P(
                     "rate limited",
                     "{\"detail\":\"Error: You have run over your hourly request allocation.\"}"},
         // The byte count EODHD puts after the table is not a row.
-        HistoryCase{
-            "eodhd/eod_AAPL.US_2018-01-01_2019-10-02.csv",
-            200,
-            "441 : 2019-10-02 223.06 223.58 217.93 218.96 34612300 / 2018-01-02 170.16 172.3 169.26 172.26 25555934"},
+        HistoryCase{"eodhd/eod_AAPL.US_2018-01-01_2019-10-02.csv",
+                    200,
+                    "441 : 2019-10-02 223.06 223.58 217.93 218.96 34612300 / 2018-01-02"},
         HistoryCase{"eodhd/bad_key", 401, "refused the API key", "Unauthenticated"},
         HistoryCase{"classic/missing_page", 404, "HTTP 404", ""},
         // Stooq has no recorded reply: CSV with CR LF, no volume for some instruments, a key request, a
         // check page for browsers, quota and "No data" texts.
         HistoryCase{"stooq/csv_crlf",
                     200,
-                    "2 : 2026-03-03 10.5 12 10 11 98594719 / 2026-03-02 10 11 9 10.5 1000",
+                    "2 : 2026-03-03 10.5 12 10 11 98594719 / 2026-03-02",
                     "Date,Open,High,Low,Close,Volume\r\n2026-03-02,10,11,9,10.5,1000\r\n2026-03-03,10.5,12,10,11,"
                     "98594718.564571\r\n"},
         HistoryCase{"stooq/without_volume",

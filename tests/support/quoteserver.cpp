@@ -48,16 +48,14 @@ QString QuoteServer::url() const
     return QStringLiteral("http://127.0.0.1:%1").arg(m_server.serverPort());
 }
 
-QByteArray QuoteServer::historyCsv(const QList<HistoryRow>& rows, bool finalLineFeed)
+QByteArray QuoteServer::historyCsv(const QList<HistoryRow>& rows)
 {
-    QByteArray csv = "Date,Open,High,Low,Close,Volume,Adj Close";
+    QByteArray csv = "Date,Open,High,Low,Close,Volume,Adj Close\n";
     for (const HistoryRow& row : rows) {
-        csv += '\n' + row.date.toString(Qt::ISODate).toLatin1() + ',' + number(row.open) + ',' + number(row.high) + ','
+        csv += row.date.toString(Qt::ISODate).toLatin1() + ',' + number(row.open) + ',' + number(row.high) + ','
             + number(row.low) + ',' + number(row.close) + ',' + QByteArray::number(row.volume) + ','
-            + number(row.adjustedClose);
+            + number(row.adjustedClose) + '\n';
     }
-    if (finalLineFeed)
-        csv += '\n';
     return csv;
 }
 

@@ -104,9 +104,8 @@ public:
 
     const QList<Request>& requests() const { return m_requests; }
 
-    // A history reply: the header row, then rows in the order given; every line ends with a line feed,
-    // the last one only when finalLineFeed is true.
-    static QByteArray historyCsv(const QList<HistoryRow>& rows, bool finalLineFeed = true);
+    // A history reply: the header row, then rows in the order given, every line ending in a line feed.
+    static QByteArray historyCsv(const QList<HistoryRow>& rows);
     // A made-up history with one row per weekday from first to last, oldest first, the same every run.
     static QList<HistoryRow> syntheticHistory(QDate first, QDate last);
 
