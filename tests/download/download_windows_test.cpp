@@ -135,7 +135,6 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_FALSE(context->state.downloadCurrentQuote);
     EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
     EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
-    expectBars(barsOf(folderB, "VOD"), server.symbol("VOD").history);
     EXPECT_EQ(caption, "Download Completed. / ");
     EXPECT_EQ(context->state.statusText, "Download Progress.");
     EXPECT_EQ(shown, (QStringList{"IBM|OK", "VOD|OK"}));
@@ -143,57 +142,46 @@ TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
-TEST_F(DownloadWindowsTest, FolderTicksRelistAndNothingTickedMeansNoDownload)
+TEST_F(DownloadWindowsTest, FoldersAreAddedOnceRelistedByTheirTicksAndSavedOnClose)
 {
     addServed("IBM", QDate(2024, 6, 5));
     addServed("VOD", QDate(2024, 6, 10), folderB);
-    frmDownload window(context);
-    window.Timer1_Timer();
-    context.prompter().folders = {"C:\\", QString()};
-    window.Command1->click();
-    window.Command1->click();
-    EXPECT_EQ(window.Text1->text(), "C:") << "a drive root loses its backslash; a cancel keeps it";
-    context.prompter().prompts.clear();
-    addFolder(window, folder);
-    addFolder(window, "  " + folderB + " ");
-    addFolder(window, folder + " ");
-    EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
-    EXPECT_EQ(rows(window.ListView2), (QStringList{folder, folderB}));
-    tick(window.ListView2, 0);
-    tick(window.ListView2, 1);
-    tick(window.ListView2, 0, false);
-    EXPECT_EQ(rows(window.ListView1), (QStringList{folderB, "VOD Corp"}));
-    tick(window.ListView1, 1, false);
-    EXPECT_EQ(window.Label1->text(), "No Securities Selected.");
-    window.Command4->click();
-    EXPECT_EQ(context.prompter().messages(), (QStringList{"Already Exists.", "No Securities Selected."}));
-    EXPECT_TRUE(context.modalsShown.isEmpty());
-    EXPECT_TRUE(server.requests().isEmpty());
-
-    window.ListView2->setCurrentItem(window.ListView2->topLevelItem(1));
-    window.Command3->click();
-    EXPECT_EQ(window.ListView1->topLevelItemCount(), 0) << "a removed folder takes its securities along";
-}
-
-// The list itself is the symbol database's (its tests check it); here, that the window saves it on close.
-TEST_F(DownloadWindowsTest, TheFolderListIsSavedOnCloseAndRestored)
-{
     {
         frmDownload window(context);
         window.Timer1_Timer();
+        context.prompter().folders = {"C:\\", QString()};
+        window.Command1->click();
+        window.Command1->click();
+        EXPECT_EQ(window.Text1->text(), "C:") << "a drive root loses its backslash; a cancel keeps it";
+        context.prompter().prompts.clear();
         addFolder(window, folder);
-        addFolder(window, folderB);
+        addFolder(window, "  " + folderB + " ");
+        addFolder(window, folder + " ");
+        EXPECT_EQ(rows(window.ListView2), (QStringList{folder, folderB}));
+        tick(window.ListView2, 0);
+        tick(window.ListView2, 1);
+        tick(window.ListView2, 0, false);
+        EXPECT_EQ(rows(window.ListView1), (QStringList{folderB, "VOD Corp"}));
+        tick(window.ListView1, 1, false);
+        EXPECT_EQ(window.Label1->text(), "No Securities Selected.");
+        window.Command4->click();
+        EXPECT_EQ(context.prompter().messages(), (QStringList{"Already Exists.", "No Securities Selected."}));
+        EXPECT_TRUE(context.modalsShown.isEmpty());
+        EXPECT_TRUE(server.requests().isEmpty());
         window.Command5->click();
     }
+    // The list itself is the symbol database's (its tests check it); here, that the window keeps it.
     EXPECT_EQ(symbols::readSys(context), (QStringList{folder, folderB}));
     frmDownload window(context);
     window.Timer1_Timer();
     EXPECT_EQ(rows(window.ListView2), (QStringList{folder, folderB}));
-    window.ListView2->setCurrentItem(window.ListView2->topLevelItem(0));
+    tick(window.ListView2, 1);
+    window.ListView2->setCurrentItem(window.ListView2->topLevelItem(1));
     window.Command3->click();
+    EXPECT_EQ(window.ListView1->topLevelItemCount(), 0) << "a removed folder takes its securities along";
     window.show();
     window.close(); // the window's close button
-    EXPECT_EQ(symbols::readSys(context), QStringList{folderB});
+    EXPECT_EQ(symbols::readSys(context), QStringList{folder});
 }
 
 // Leaving the window during the job, by Cancel, Escape or the close button, stops it after the security
