@@ -310,53 +310,41 @@ TEST_F(DownloadJobTest, ReportsTheSlowestRequestsSlowestFirst)
     EXPECT_TRUE(text.startsWith("Slowest requests: B 0.")) << text.toStdString();
 }
 
-struct WeekendCase
+TEST_F(DownloadJobTest, OnlyASundayOnMondayOrASaturdayOnItselfIsSkippedByTheJobsClock)
 {
-    QDate from;
-    QDate today;
-    bool weekendQuotes;
-    bool upToDate;
-};
+    struct
+    {
+        QDate from, today;
+        bool weekendQuotes, upToDate;
+    } const table[] = {{Sunday, Monday, false, true},
+                       {Sunday, Monday, true, false},
+                       {Saturday, Saturday, false, true},
+                       {Saturday, Saturday, true, false},
+                       {Saturday, Sunday, false, false},
+                       {Saturday, Monday, false, false},
+                       {Sunday, Sunday, false, false},
+                       {Friday, Monday, false, false},
+                       {Saturday, Friday, true, true},
+                       {Friday, Friday, false, false}};
 
-void PrintTo(const WeekendCase& c, std::ostream* out)
-{
-    *out << "from " << qPrintable(QLocale::c().dayName(c.from.dayOfWeek())) << " today "
-         << qPrintable(QLocale::c().dayName(c.today.dayOfWeek())) << (c.weekendQuotes ? " with weekends" : "");
-}
-
-class WeekendTest
-    : public DownloadJobTest
-    , public testing::WithParamInterface<WeekendCase>
-{};
-
-TEST_P(WeekendTest, OnlyASundayOnMondayOrASaturdayOnItselfIsSkippedByTheJobsClock)
-{
-    const WeekendCase& c = GetParam();
     servedTo = Monday;
-    today = c.today;
-    addServed("IBM", c.from.addDays(-1));
-    DownloadOptions options;
-    options.weekendQuotes = c.weekendQuotes;
-    const QString from = c.from.toString(Qt::ISODate);
-    ASSERT_EQ(item("IBM").fromDate, from);
-
-    const JobOutcome outcome = run({item("IBM")}, options);
-    EXPECT_EQ(outcome.results.value(0).status == u"Up to date", c.upToDate) << from.toStdString();
-    EXPECT_EQ(server.requests().isEmpty(), c.upToDate) << from.toStdString();
+    for (const auto& c : table) {
+        const QString symbol = QStringLiteral("W%1").arg(&c - table);
+        today = c.today;
+        addServed(symbol, c.from.addDays(-1));
+        ASSERT_EQ(item(symbol).fromDate, c.from.toString(Qt::ISODate));
+        DownloadOptions options;
+        options.weekendQuotes = c.weekendQuotes;
+        const JobOutcome outcome = run({item(symbol)}, options);
+        const std::string name = QStringLiteral("from %1 today %2%3")
+                                     .arg(QLocale::c().dayName(c.from.dayOfWeek()),
+                                          QLocale::c().dayName(c.today.dayOfWeek()),
+                                          c.weekendQuotes ? " with weekends" : "")
+                                     .toStdString();
+        EXPECT_EQ(outcome.results.value(0).status == u"Up to date", c.upToDate) << name;
+        EXPECT_EQ(historySymbols(server).contains(symbol), !c.upToDate) << name;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Days,
-                         WeekendTest,
-                         testing::Values(WeekendCase{Sunday, Monday, false, true},
-                                         WeekendCase{Sunday, Monday, true, false},
-                                         WeekendCase{Saturday, Saturday, false, true},
-                                         WeekendCase{Saturday, Saturday, true, false},
-                                         WeekendCase{Saturday, Sunday, false, false},
-                                         WeekendCase{Saturday, Monday, false, false},
-                                         WeekendCase{Sunday, Sunday, false, false},
-                                         WeekendCase{Friday, Monday, false, false},
-                                         WeekendCase{Saturday, Friday, true, true},
-                                         WeekendCase{Friday, Friday, false, false}));
 
 // The last bar's date, today, the first date asked for: only the month numbers are compared.
 TEST(StartDateTest, ComparesMonthNumbersOnly)
