@@ -53,7 +53,6 @@ TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
     const QLocale german(QLocale::German, QLocale::Germany);
     EXPECT_EQ(context::GetDateSeparator(german), ".");
     EXPECT_EQ(context::FormatBarDate(german, 20050115), "15.01.2005");
-
     EXPECT_EQ(context::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), "2005-01-15");
 }
 

@@ -54,7 +54,6 @@ TEST_F(SettingsTest, OpensWithTheStoredOptionsApplyStoresAndCancelDoesNot)
     EXPECT_EQ(QList<int>({stored().s1, stored().s2, context->state.s1, context->state.s2}), QList<int>({0, 4, 0, 4}));
     EXPECT_EQ(context->settings->value(app::showTipsAtStartupKey()).toString(), "0");
     EXPECT_EQ(context->settings->value(QLatin1String(download::HistoryUrlKey)).toString(), "http://127.0.0.1:8080");
-
     app::frmSettings again(context);
     again.Slider1->setValue(2);
     again.Check1->setChecked(true);
@@ -101,7 +100,6 @@ TEST_P(SettingsAddressTest, AnUnusableAddressIsRefusedAndNothingSaved)
     settings.findChild<QLineEdit*>(QLatin1String(GetParam().field))->setText(QLatin1String(GetParam().address));
     settings.Slider1->setValue(5);
     settings.Command1->click();
-
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     EXPECT_TRUE(context.prompter().prompts[0].text.contains(QLatin1String(GetParam().address)));
     EXPECT_NE(settings.result(), int(QDialog::Accepted));
@@ -172,7 +170,6 @@ TEST_F(SettingsTest, KeepsTheQuoteSourceItsKeyAndFallbacksAndTestsTheSource)
         QFile::ReadGroup | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther | QFile::ExeOther;
     EXPECT_EQ(QFile::permissions(stored.fileName()) & others, QFile::Permissions());
     EXPECT_TRUE(QFile::permissions(stored.fileName()) & QFile::ReadOwner);
-
     app::frmSettings again(context);
     EXPECT_EQ(again.Sources->cboSource->currentData().toString(), "eodhd");
     EXPECT_EQ(again.Sources->txtSourceKey->text(), "eod-key");

@@ -76,7 +76,6 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
     EXPECT_TRUE(window.mnuSymbolBrowser->isEnabled());
     window.Toolbar1_ButtonClick(11);
     EXPECT_EQ(context.modalsShown, QStringList{"frmLookup"});
-
     int opened = 0;
     window.setOpener(window.mnuSecFinder, [&] { ++opened; });
     EXPECT_TRUE(window.Toolbar1->actions()[5 - 1]->isEnabled());
@@ -107,7 +106,6 @@ TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
     window.mnuCreateNew->trigger();
     window.Toolbar1_ButtonClick(2);
     EXPECT_EQ(context.modalsShown, QStringList({"frmCreate", "frmCreate"}));
-
     store::MetaStockReader reader;
     qint32 count = 0;
     EXPECT_TRUE(reader.OpenFolder(folder).ok() && reader.HasMoreSecurities(count).ok());
@@ -141,14 +139,12 @@ TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
     context->addRecent(" IBM ", "/data", context::RecentCaption::Numbered);
     context->addRecent("IBM", "/data", context::RecentCaption::Numbered);
     context->addRecent("Vodafone", "/uk ", context::RecentCaption::FolderAndName);
-
     // They stand between the template and the separator before Exit.
     QStringList fileMenu;
     for (QAction* action : window.mnuFile->actions().mid(7))
         fileMenu.append(action->isVisible() ? action->text() : "-");
     EXPECT_EQ(fileMenu.join(u','), "-,&1 IBM,&2 IBM,/uk\\Vodafone,,&Exit");
     const auto items = window.recentItems();
-
     int openedIndex = 0;
     window.setRecentOpener([&](int index) { openedIndex = index; });
     items[1]->trigger();
@@ -162,11 +158,9 @@ TEST(MainWindowTest, StartUpRecordsTheProgramFolderAndOffersTheTipOnce)
     context->state.recent.append({"old", QString(), QString()});
     app::frmMain window(context);
     window.Form_Load();
-
     EXPECT_EQ(context->settings->value("InstallDir/Dir").toString(), context.programFolder());
     EXPECT_TRUE(context->state.recent.isEmpty());
     EXPECT_TRUE(window.Timer1->isActive());
-
     window.Timer1_Timer();
     window.Timer1_Timer();
     EXPECT_EQ(context.modalsShown, QStringList{"frmTip"});
@@ -209,13 +203,11 @@ TEST(MainWindowTest, TimerCopiesTheActiveChildsTitle)
     window.Timer1_Timer();
     EXPECT_EQ(window.panelText->text(), "Download Listing."); // no child: kept
     EXPECT_TRUE(context.modalsShown.isEmpty());
-
     auto* child = new QWidget;
     child->setWindowTitle("IBM - Daily");
     showChild(window, child);
     window.Timer1_Timer();
     EXPECT_EQ(window.panelText->text(), "IBM - Daily");
-
     context->setStatusText("Download Progress.");
     EXPECT_EQ(window.panelText->text(), "Download Progress.");
 }
@@ -233,7 +225,6 @@ TEST(MainWindowTest, CloseAllKeepsTheMainWindowAndClosesHiddenHelpers)
     helper.hide();
     QWidget visible;
     visible.show();
-
     window.mnuCloseAll->trigger();
     QApplication::processEvents();
     EXPECT_TRUE(window.isVisible());
@@ -248,7 +239,6 @@ TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
     window.mnuLookUp->trigger();
     window.mnuUpdates->trigger();
     EXPECT_TRUE(context.openedUrls.isEmpty());
-
     context->settings->setValue("Help/UpdatesUrl", "https://updates.test/");
     context->settings->setValue("Sources/Source", "yahoo"); // a source with a public symbol search
     window.mnuUpdates->trigger();
@@ -304,7 +294,6 @@ TEST_F(OpenSecurityTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRows
     window.Toolbar1_ButtonClick(3);
     ASSERT_EQ(window.recentItems().size(), 2);
     window.recentItems()[0]->trigger();
-
     const auto windows = window.mdiArea()->subWindowList();
     ASSERT_EQ(windows.size(), 3);
     auto* sheet = dynamic_cast<store::frmView*>(windows[2]->widget());
@@ -314,13 +303,11 @@ TEST_F(OpenSecurityTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRows
     sheet->ListView1->clearSelection();
     window.RowCopy();
     EXPECT_EQ(context.clipboard().content, "kept"); // nothing selected
-
     auto* chart = new QWidget;
     chart->setObjectName("frmChart");
     showChild(window, chart);
     window.Toolbar1_ButtonClick(17);
     EXPECT_EQ(context.clipboard().content, "kept");
-
     window.mdiArea()->setActiveSubWindow(windows[2]);
     const QItemSelectionModel::SelectionFlags rows = QItemSelectionModel::Select | QItemSelectionModel::Rows;
     sheet->ListView1->selectionModel()->select(sheet->bars().index(0, 0), rows);
@@ -383,7 +370,6 @@ TEST(TipTest, TurnedOffItIsNeitherShownAtStartNorFromTheMenu)
     ASSERT_TRUE(tip.Form_Load());
     tip.chkLoadTipsAtStartup->click();
     EXPECT_EQ(context->settings->value(app::showTipsAtStartupKey()).toString(), "0");
-
     app::frmMain window(context);
     window.Timer1_Timer();
     window.mnuTip->trigger();

@@ -117,7 +117,6 @@ TEST(ChartGeometryTest, GridAndPriceLabels)
     ASSERT_GE(axes.size(), 2u);
     EXPECT_EQ(QLineF(axes[0].from, axes[0].to), QLineF(0, kPlotBottom, kWidth, kPlotBottom));
     EXPECT_EQ(QLineF(axes[1].from, axes[1].to), QLineF(kPlotRight, 0, kPlotRight, kHeight));
-
     const float unit = kPlotBottom / 33;
     const std::vector<Shape> grid = canvas.of(Shape::Line, chart::kGridColour);
     ASSERT_EQ(grid.size(), 33u);
@@ -125,7 +124,6 @@ TEST(ChartGeometryTest, GridAndPriceLabels)
     EXPECT_EQ(grid.front().to.x(), kPlotRight);
     EXPECT_NEAR(grid.front().from.y(), kPlotBottom - unit, 0.01);
     EXPECT_NEAR(grid.back().from.y(), 0, 0.05);
-
     QStringList prices;
     for (const Shape& text : canvas.of(Shape::Text)) {
         if (text.from.x() == kPlotRight) {

@@ -100,7 +100,6 @@ TEST_P(SampleRoundTrip, GivesBackEveryBarOfEveryDailySecurity)
     ASSERT_OK(importTo(csv, back, imported));
     EXPECT_EQ(problemTexts(imported), QStringList());
     EXPECT_EQ(imported.converted, (written.size() + every - 1) / every);
-
     const FolderBars actual = barsOf(back);
     const FolderBars original = barsOf(folder);
     int compared = 0, left = 0;
@@ -149,7 +148,6 @@ TEST(Export, NamesFilesReplacesOlderOnesAndWritesEmptySecurities)
     store_test::writeFile(QDir(source).filePath("EMASTER"), emaster);
     QDir().mkpath(csv);
     store_test::writeFile(QDir(csv).filePath("ABCDE FGHI.XYZ.NS.csv"), "old contents");
-
     convert::ConversionReport report;
     ASSERT_OK(exportTo(source, csv, report));
     EXPECT_EQ(report.converted, 3);
@@ -212,7 +210,6 @@ TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
         "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/32/2004, 1 , 2 , 1 , 2 , 10 \r\n");
     store_test::writeFile(QDir(csv).filePath("notes.txt"), "not a CSV file");
     store_test::makeFolder(folder, {{"AAA", "Alpha", {20040101, 20040102}}});
-
     convert::ConversionReport report;
     ASSERT_OK(importTo(csv, folder, report));
     EXPECT_EQ(report.total, 2);
@@ -240,7 +237,6 @@ TEST(Cli, ExportsAndImportsWithOneLinePerProblem)
     EXPECT_EQ(exported.status, 0) << exported.err.constData();
     EXPECT_EQ(exported.out, "2 of 2 converted, 6 bars\n");
     EXPECT_TRUE(store_test::readFile(QDir(csv).filePath("Name 0.S0.X.csv")).contains("20.12.1999, 0,37 "));
-
     store_test::writeFile(QDir(csv).filePath("Broken.csv"), "Date,Close\n");
     const CliRun imported = cli({"import", csv, dir.filePath("back"), "--locale", "de_DE"});
     EXPECT_EQ(imported.status, 1);

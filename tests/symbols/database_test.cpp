@@ -44,7 +44,6 @@ TEST_F(SymbolsTest, BuiltDatabaseIsEncryptedAndHoldsTheCatalogueAndOneSettingsRo
     QFile raw(file());
     ASSERT_TRUE(raw.open(QIODevice::ReadOnly));
     EXPECT_FALSE(raw.read(16).startsWith("SQLite format 3")) << "the file must not be readable without the password";
-
     const auto catalogue = shippedCatalogue();
     Database database(file(), symbols::kConnect);
     symbols::Recordset rows = database.query("select * from symbols");
@@ -58,7 +57,6 @@ TEST_F(SymbolsTest, BuiltDatabaseIsEncryptedAndHoldsTheCatalogueAndOneSettingsRo
     };
     EXPECT_GE(catalogue.size(), 400u);
     EXPECT_EQ(entries(symbols::readEntries(rows)), entries(catalogue));
-
     EXPECT_EQ(database.openTable("sys").recordCount(), 0);
     symbols::Recordset settings = database.openTable("settings");
     ASSERT_EQ(settings.recordCount(), 1);

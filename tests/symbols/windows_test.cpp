@@ -76,13 +76,11 @@ TEST_F(LookupTest, ListsTheCatalogueByExchangeAndFiltersByExchange)
     EXPECT_EQ(lookup.Combo1->currentIndex(), 0);
     for (qsizetype i = 2; i < exchanges.size(); ++i)
         EXPECT_LT(exchanges[i - 1].compare(exchanges[i], Qt::CaseInsensitive), 0) << exchanges[i].toStdString();
-
     symbols::Database database(file(), symbols::kConnect);
     ASSERT_EQ(lookup.ListView1->topLevelItemCount(), database.query(symbols::sql::kLookupLoad).recordCount());
     expectSorted(lookup.ListView1);
     const QStringList listed = column(lookup.ListView1, 2);
     EXPECT_EQ(QSet<QString>(listed.begin(), listed.end()), QSet<QString>(exchanges.begin() + 1, exchanges.end()));
-
     // An exchange shows its rows by name; "All" shows everything again.
     const QStringList everything = column(lookup.ListView1, 1);
     QTest::keyClicks(lookup.Combo1, "X");
@@ -114,14 +112,12 @@ TEST_F(LookupTest, AnExchangeWithAQuoteShowsTheEnginesErrorAndTheWindowGoesOn)
     insert("Quoted Ltd.", "QTD", "Hang Seng''s");
     frmLookup lookup(context);
     const int rows = lookup.ListView1->topLevelItemCount();
-
     choose(lookup.Combo1, "Hang Seng's");
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     const Prompt& shown = context.prompter().prompts.first();
     EXPECT_EQ(shown.icon, context::Prompter::Icon::Critical);
     EXPECT_TRUE(shown.text.contains("syntax error") || shown.text.contains("unrecognized")) << shown.text.toStdString();
     EXPECT_EQ(lookup.ListView1->topLevelItemCount(), rows);
-
     choose(lookup.Combo1, "XETRA");
     EXPECT_LT(lookup.ListView1->topLevelItemCount(), rows);
 }
@@ -141,14 +137,12 @@ TEST_P(SingleChoiceTest, OkOrDoubleClickHandsBackTheTrimmedNameAndSymbol)
     const auto padded = lookup.ListView1->findItems(" PAD ", Qt::MatchExactly, 1);
     ASSERT_EQ(padded.size(), 1);
     const QPoint at = lookup.ListView1->visualItemRect(padded[0]).center();
-
     QTest::mouseClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
     EXPECT_EQ(lookup.Text1->text(), "Padded Corp");
     if (GetParam())
         QTest::mouseDClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
     else
         lookup.Command1->click();
-
     EXPECT_EQ(lookup.result(), int(QDialog::Accepted));
     EXPECT_EQ(lookup.selectedSecurity(), "Padded Corp");
     EXPECT_EQ(lookup.selectedSymbol(), "PAD");
@@ -223,7 +217,6 @@ TEST_F(LookupTest, AddingWithOnlyTheExchangeStoresABlankEntryThatTheLookupShowsA
         return dialog.result();
     });
     lookup.Command2->click();
-
     EXPECT_EQ(offered, exchanges);
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
     ASSERT_EQ(lookup.ListView1->topLevelItemCount(), rows + 1);
@@ -238,7 +231,6 @@ TEST_F(LookupTest, AddingWithOnlyTheExchangeStoresABlankEntryThatTheLookupShowsA
 TEST_F(SymbolsTest, AddNewStoresTrimmedUpperCaseEntriesAndAsksForFieldsWhenAllAreEmpty)
 {
     frmAddNew addNew(context, nullptr);
-
     addNew.Command1->click();
     ASSERT_EQ(context.prompter().prompts.size(), 1);
     const Prompt& asked = context.prompter().prompts[0];
