@@ -171,8 +171,8 @@ TEST_F(SettingsTest, KeepsTheQuoteSourceItsKeyAndFallbacksAndTestsTheSource)
     EXPECT_EQ(QFile::permissions(stored.fileName()) & others, QFile::Permissions());
     EXPECT_TRUE(QFile::permissions(stored.fileName()) & QFile::ReadOwner);
     app::frmSettings again(context);
-    EXPECT_EQ(again.Sources->cboSource->currentData().toString(), "eodhd");
-    EXPECT_EQ(again.Sources->txtSourceKey->text(), "eod-key");
+    EXPECT_EQ(again.Sources->cboSource->currentData().toString() + ' ' + again.Sources->txtSourceKey->text(),
+              "eodhd eod-key");
 }
 
 } // namespace

@@ -59,8 +59,7 @@ TEST_P(RoundTrip, GivesBackEveryBar)
     convert::ConversionReport exported, imported;
     ASSERT_OK(exportTo(source, csv, exported, locale));
     ASSERT_OK(importTo(csv, back, imported, locale));
-    EXPECT_EQ(exported.converted, 4);
-    EXPECT_EQ(imported.converted, 4);
+    EXPECT_EQ(QList<int>({exported.converted, imported.converted}), QList<int>({4, 4}));
     EXPECT_EQ(problemTexts(imported), QStringList());
     const FolderBars expected = barsOf(source);
     const FolderBars actual = barsOf(back);
@@ -212,8 +211,7 @@ TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
     store_test::makeFolder(folder, {{"AAA", "Alpha", {20040101, 20040102}}});
     convert::ConversionReport report;
     ASSERT_OK(importTo(csv, folder, report));
-    EXPECT_EQ(report.total, 2);
-    EXPECT_EQ(report.converted, 1);
+    EXPECT_EQ(QString::number(report.converted) + " of " + QString::number(report.total), "1 of 2");
     EXPECT_EQ(problemTexts(report),
               QStringList{"Bad.BBB.CSV, line 3: \"1/32/2004\" is not a date (M/d/yyyy, yyyy-mm-dd or yyyymmdd)"});
     const FolderBars bars = barsOf(folder);

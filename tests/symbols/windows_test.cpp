@@ -167,6 +167,7 @@ TEST_F(LookupTest, CloseNoSelectionOrAnEmptyListGiveAnEmptySecurity)
         EXPECT_EQ(lookup.result(), int(how == std::string("close") ? QDialog::Rejected : QDialog::Accepted)) << how;
         EXPECT_EQ(lookup.selectedSecurity(), QString()) << how;
     }
+    EXPECT_EQ(items(frmLookup(context).Combo1), QStringList{"All"}) << "the empty list";
 }
 
 TEST_F(LookupTest, MultipleChoiceFillsTheSharedListsInListOrder)
