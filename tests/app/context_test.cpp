@@ -24,7 +24,6 @@ TEST(SettingsIsolationTest, TestsNeverReachTheUsersConfiguration)
     ASSERT_FALSE(realHome.isEmpty());
     EXPECT_TRUE(context->settings->fileName().startsWith(QDir::tempPath()))
         << context->settings->fileName().toStdString();
-
     // Even the program's own store resolves inside the test's private folders.
     QSettings programStore("Ticksmith", "Ticksmith");
     EXPECT_FALSE(programStore.fileName().startsWith(realHome + u'/')) << programStore.fileName().toStdString();
@@ -56,12 +55,10 @@ protected:
 TEST_F(InstallationTest, FirstStartCopiesTheTemplateOnceAndSettingsWriteTheCopy)
 {
     const symbols::Installation installation = locate();
-    EXPECT_EQ(installation.programFolder, shared);
-    EXPECT_EQ(installation.dataFolder, userData);
-    EXPECT_EQ(installation.problem, "");
+    EXPECT_EQ(QStringList({installation.programFolder, installation.dataFolder, installation.problem}),
+              QStringList({shared, userData, ""}));
     ASSERT_TRUE(QFileInfo::exists(userCopy));
     EXPECT_EQ(QFile::permissions(userCopy) & (QFile::ReadOther | QFile::WriteOther), QFile::Permissions());
-
     QFile::setPermissions(templateFile, QFile::ReadOwner); // as installed: nobody writes there
     context->programFolder = installation.programFolder;
     context->dataFolder = installation.dataFolder;
@@ -69,10 +66,8 @@ TEST_F(InstallationTest, FirstStartCopiesTheTemplateOnceAndSettingsWriteTheCopy)
     settings.Slider1->setValue(settings.Slider1->value() == 5 ? 4 : 5);
     ASSERT_TRUE(settings.Command2_Click());
     EXPECT_EQ(symbols::readOptions(context).s2, settings.Slider1->value());
-
     context->dataFolder = shared; // the template keeps the shipped options
     EXPECT_NE(symbols::readOptions(context).s2, settings.Slider1->value());
-
     const QFileInfo before(userCopy);
     EXPECT_EQ(locate().problem, ""); // a later start keeps the user's copy
     EXPECT_EQ(QFileInfo(userCopy).lastModified(), before.lastModified());
@@ -102,8 +97,7 @@ TEST_F(InstallationTest, TheHomeVariableAndTheBuildTreeKeepEverythingInOneFolder
     EXPECT_EQ(locate("/opt/ticksmith-data").dataFolder, "/opt/ticksmith-data");
     ASSERT_TRUE(QFile::copy(templateFile, bin + "/symbols.mdb"));
     const symbols::Installation buildTree = locate();
-    EXPECT_EQ(buildTree.programFolder, bin);
-    EXPECT_EQ(buildTree.dataFolder, bin);
+    EXPECT_EQ(QStringList({buildTree.programFolder, buildTree.dataFolder}), QStringList({bin, bin}));
     EXPECT_FALSE(QFileInfo::exists(userCopy));
 }
 

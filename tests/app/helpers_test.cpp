@@ -35,11 +35,9 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(DateCase{"M/d/yyyy", "/", 20050115, "1/15/2005"},
                       DateCase{"M/d/yyyy", "/", 0, "N/A"},
                       DateCase{"dd.MM.yyyy", ".", 20050115, "15.01.2005"},
-                      DateCase{"dd.MM.yyyy", ".", 20051203, "03.12.2005"},
                       DateCase{"dd/MM/yyyy", "/", 19991231, "31/12/1999"},
                       DateCase{"yyyy-MM-dd", "-", 20050105, "2005-01-05"},
                       DateCase{"d. M. yyyy", ". ", 20050115, "15. 1. 2005"},
-                      DateCase{"dd. MM. yyyy", ". ", 20050105, "05. 01. 2005"},
                       // No separator in the pattern, or none known: the fixed form, never a failure.
                       DateCase{"yyyyMMdd", "", 20050115, "2005-01-15"},
                       DateCase{"yyyyMMdd", "/", 20050115, "2005-01-15"},
@@ -50,14 +48,11 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
 {
     const QLocale us(QLocale::English, QLocale::UnitedStates);
-    EXPECT_EQ(context::GetShortDatePattern(us), "M/d/yyyy");
-    EXPECT_EQ(context::GetDateSeparator(us), "/");
+    EXPECT_EQ(context::GetShortDatePattern(us) + ' ' + context::GetDateSeparator(us), "M/d/yyyy /");
     EXPECT_EQ(context::FormatBarDate(us, 20050115), "1/15/2005");
-
     const QLocale german(QLocale::German, QLocale::Germany);
     EXPECT_EQ(context::GetDateSeparator(german), ".");
     EXPECT_EQ(context::FormatBarDate(german, 20050115), "15.01.2005");
-
     EXPECT_EQ(context::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), "2005-01-15");
 }
 
@@ -82,15 +77,10 @@ INSTANTIATE_TEST_SUITE_P(Paths,
 TEST(GoURLTest, OpensAddressesAndIgnoresEmptyText)
 {
     testing_support::TestContext context;
-    context::GoURL(context, QString());
-    EXPECT_TRUE(context.openedUrls.isEmpty());
+    for (const char* address : {"", "http://127.0.0.1/help", "example.org"})
+        context::GoURL(context, address);
+    EXPECT_EQ(context.openedUrls, QList<QUrl>({QUrl("http://127.0.0.1/help"), QUrl::fromUserInput("example.org")}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
-
-    context::GoURL(context, "http://127.0.0.1/help");
-    context::GoURL(context, "example.org");
-    ASSERT_EQ(context.openedUrls.size(), 2);
-    EXPECT_EQ(context.openedUrls[0], QUrl("http://127.0.0.1/help"));
-    EXPECT_EQ(context.openedUrls[1].host(), "example.org");
 }
 
 } // namespace

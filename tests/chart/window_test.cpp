@@ -26,7 +26,6 @@ TEST(ReadChartBarsTest, ReadsEveryBarRounded)
     chart_test::writeSecurity(folder,
                               std::vector<store::PriceBar>{{20050103, 0, 10.004, 10.5, 9.996, 10.125, 1500.5, 0},
                                                            {20050104, 0, 11, 12, 10, 11, 2500.5, 0}});
-
     store::ProgressWindow progress(store::ProgressWindow::Display::Silent);
     std::vector<ChartBar> bars;
     ASSERT_EQ(chart::readChartBars(" " + folder + " ", " x ", kEnglish, progress, bars), chart::ReadOutcome::Read);
@@ -48,7 +47,6 @@ TEST(ReadChartBarsTest, CancelStopsReading)
     TestContext context;
     const QString folder = context.makeFolder("data");
     chart_test::writeSecurity(folder, chart_test::bars(50));
-
     store::ProgressWindow progress(store::ProgressWindow::Display::Window);
     QTimer::singleShot(0, [] {
         for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -95,7 +93,6 @@ TEST_F(ChartWindowTest, DrawsEachStyleOnItsButton)
     window.show();
     EXPECT_EQ(window.bars().size(), 60u);
     EXPECT_TRUE(window.Option1->isChecked());
-
     std::vector<QImage> pictures{window.picChart->picture()};
     for (QRadioButton* option : {window.Option2, window.Option3}) {
         option->click();
@@ -107,7 +104,6 @@ TEST_F(ChartWindowTest, DrawsEachStyleOnItsButton)
     }
     EXPECT_NE(pictures[0], pictures[1]);
     EXPECT_NE(pictures[1], pictures[2]);
-
     // The price axis stands whole: the grid lines stop short of it.
     const QImage& picture = pictures[2];
     const int axis = int(std::lround(picture.width() - 650 / chart::kTwipsPerPixel));
@@ -128,7 +124,6 @@ TEST_F(ChartWindowTest, FollowsTheWindowsSize)
     };
     EXPECT_EQ(window.picChart->size(), area(600, 400));
     EXPECT_EQ(window.picChart->picture().size(), area(600, 400));
-
     window.resize(10, 10);
     EXPECT_EQ(window.picChart->size(), area(600, 400));
     window.resize(10, 300);

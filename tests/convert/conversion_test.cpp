@@ -59,8 +59,7 @@ TEST_P(RoundTrip, GivesBackEveryBar)
     convert::ConversionReport exported, imported;
     ASSERT_OK(exportTo(source, csv, exported, locale));
     ASSERT_OK(importTo(csv, back, imported, locale));
-    EXPECT_EQ(exported.converted, 4);
-    EXPECT_EQ(imported.converted, 4);
+    EXPECT_EQ(QList<int>({exported.converted, imported.converted}), QList<int>({4, 4}));
     EXPECT_EQ(problemTexts(imported), QStringList());
     const FolderBars expected = barsOf(source);
     const FolderBars actual = barsOf(back);
@@ -100,7 +99,6 @@ TEST_P(SampleRoundTrip, GivesBackEveryBarOfEveryDailySecurity)
     ASSERT_OK(importTo(csv, back, imported));
     EXPECT_EQ(problemTexts(imported), QStringList());
     EXPECT_EQ(imported.converted, (written.size() + every - 1) / every);
-
     const FolderBars actual = barsOf(back);
     const FolderBars original = barsOf(folder);
     int compared = 0, left = 0;
@@ -149,7 +147,6 @@ TEST(Export, NamesFilesReplacesOlderOnesAndWritesEmptySecurities)
     store_test::writeFile(QDir(source).filePath("EMASTER"), emaster);
     QDir().mkpath(csv);
     store_test::writeFile(QDir(csv).filePath("ABCDE FGHI.XYZ.NS.csv"), "old contents");
-
     convert::ConversionReport report;
     ASSERT_OK(exportTo(source, csv, report));
     EXPECT_EQ(report.converted, 3);
@@ -212,11 +209,9 @@ TEST(Import, SkipsBadFilesAndAddsToExistingSecurities)
         "Date,Open,High,Low,Close,Volume\r\n1/2/2004, 1 , 2 , 1 , 2 , 10 \r\n1/32/2004, 1 , 2 , 1 , 2 , 10 \r\n");
     store_test::writeFile(QDir(csv).filePath("notes.txt"), "not a CSV file");
     store_test::makeFolder(folder, {{"AAA", "Alpha", {20040101, 20040102}}});
-
     convert::ConversionReport report;
     ASSERT_OK(importTo(csv, folder, report));
-    EXPECT_EQ(report.total, 2);
-    EXPECT_EQ(report.converted, 1);
+    EXPECT_EQ(QString::number(report.converted) + " of " + QString::number(report.total), "1 of 2");
     EXPECT_EQ(problemTexts(report),
               QStringList{"Bad.BBB.CSV, line 3: \"1/32/2004\" is not a date (M/d/yyyy, yyyy-mm-dd or yyyymmdd)"});
     const FolderBars bars = barsOf(folder);
@@ -240,7 +235,6 @@ TEST(Cli, ExportsAndImportsWithOneLinePerProblem)
     EXPECT_EQ(exported.status, 0) << exported.err.constData();
     EXPECT_EQ(exported.out, "2 of 2 converted, 6 bars\n");
     EXPECT_TRUE(store_test::readFile(QDir(csv).filePath("Name 0.S0.X.csv")).contains("20.12.1999, 0,37 "));
-
     store_test::writeFile(QDir(csv).filePath("Broken.csv"), "Date,Close\n");
     const CliRun imported = cli({"import", csv, dir.filePath("back"), "--locale", "de_DE"});
     EXPECT_EQ(imported.status, 1);

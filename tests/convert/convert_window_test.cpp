@@ -24,7 +24,6 @@ TEST(ConvertWindow, AsksForBothFoldersBeforeAnything)
     window.Command7->click();
     EXPECT_EQ(window.Text1->text(), "/chosen/source");
     EXPECT_EQ(window.Text2->text(), QString());
-
     window.Text2->setText("   ");
     window.Command3->click();
     window.Command2->click();
@@ -45,7 +44,6 @@ TEST(ConvertWindow, ConvertsBothWaysAndSumsUpProblemsInOneMessage)
     window.Text2->setText(csv);
     window.Command3->click();
     EXPECT_EQ(QDir(csv).entryList(QDir::Files).size(), 3);
-
     store_test::writeFile(QDir(csv).filePath("Empty.csv"), "");
     window.Text1->setText(csv);
     window.Text2->setText(back);

@@ -51,20 +51,29 @@ inline void makeFolder(const QString& folder, int securities, int bars)
     ASSERT_OK(writer.CloseFolder());
 }
 
-// The bars a CSV file carries: date and prices and volume, no time nor open interest.
+// What a CSV file carries of a bar: date, prices and volume (no time), each as the single-precision
+// number the folder stores, in full.
+inline QString barText(const store::PriceBar& b)
+{
+    return QString::asprintf("%d %.9g %.9g %.9g %.9g %.9g",
+                             b.date,
+                             float(b.open),
+                             float(b.high),
+                             float(b.low),
+                             float(b.close),
+                             float(b.volume));
+}
+
 inline void expectSameBars(const std::vector<store::PriceBar>& actual,
                            const std::vector<store::PriceBar>& expected,
                            const QString& symbol)
 {
-    ASSERT_EQ(actual.size(), expected.size()) << qPrintable(symbol);
-    for (size_t i = 0; i < actual.size(); ++i) {
-        const store::PriceBar& a = actual[i];
-        const store::PriceBar& e = expected[i];
-        EXPECT_TRUE(a.date == e.date && a.open == e.open && a.high == e.high && a.low == e.low && a.close == e.close
-                    && a.volume == e.volume)
-            << qPrintable(symbol) << " bar " << i << ": " << a.date << " " << a.close << " " << a.volume
-            << " != " << e.date << " " << e.close << " " << e.volume;
-    }
+    QStringList a, e;
+    for (const store::PriceBar& bar : actual)
+        a << barText(bar);
+    for (const store::PriceBar& bar : expected)
+        e << barText(bar);
+    EXPECT_EQ(a, e) << qPrintable(symbol);
 }
 
 } // namespace convert_test
