@@ -1,4 +1,3 @@
-#include "store/metastockreader.h"
 #include "store/windows/frmcreate.h"
 #include "storetest.h"
 #include "symbols/symbolsdb.h"
@@ -18,7 +17,6 @@
 namespace {
 
 using store::frmCreate;
-using store::SecurityDescriptor;
 using testing_support::Prompt;
 
 using store_test::securitiesOf;
@@ -60,12 +58,7 @@ TEST_P(PeriodicityTest, CreatesAnEmptySecurityAndKeepsFolderDateAndPeriodicityFo
 
     const QString tail = QStringLiteral("|%1|20040305").arg(GetParam() + 1);
     EXPECT_EQ(store_test::listingOf(folder), QStringList({"IBM|Intl Business Machines" + tail, "VOD|Vodafone" + tail}));
-    store::MetaStockReader reader;
-    qint32 bars = -1;
-    EXPECT_OK(reader.OpenFolder(folder));
-    EXPECT_OK(reader.SelectSecurity("IBM"));
-    EXPECT_OK(reader.GetBarCount(bars));
-    EXPECT_EQ(bars, 0);
+    EXPECT_TRUE(store_test::barsOf(folder, "IBM").empty());
 
     ASSERT_EQ(context->state.recent.size(), 2);
     EXPECT_EQ(context->state.recent[0].caption, folder + "\\Intl Business Machines");

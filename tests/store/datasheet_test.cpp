@@ -159,7 +159,7 @@ TEST_F(DataSheetTest, BrowseAndEnterListAnotherFolder)
         QTest::keyClick(open.Text1, Qt::Key_Return);
         EXPECT_EQ(open.ListView1->topLevelItemCount(), 3) << qPrintable(typed);
     }
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    EXPECT_EQ(context.prompter().prompts.size(), 2); // the two folder picks only
     EXPECT_EQ(store_test::readFile(damaged + "/MASTER"), QByteArray("not an index"));
     open.Text1->setText(folder + "  ");
     open.Command3->click();
