@@ -4,6 +4,7 @@
 // Runs on the platform QT_QPA_PLATFORM names (offscreen when none is set); on a real screen the
 // progress window is a real dialog.
 
+#include "benchsupport.h"
 #include "chart/windows/frmchart.h"
 #include "context/appcontext.h"
 #include "store/metastockwriter.h"
@@ -23,15 +24,9 @@
 
 namespace {
 
-constexpr int kBars = 20000;
+using bench::check;
 
-void check(const store::Status& status, const char* what)
-{
-    if (!status.ok()) {
-        std::fprintf(stderr, "%s: %s\n", what, qPrintable(status.text()));
-        std::exit(1);
-    }
-}
+constexpr int kBars = 20000;
 
 // A security "X" of kBars trading days from 1950 on whose prices wander between `low` and `high`.
 void writeSecurity(const QString& folder, double low, double high)

@@ -8,6 +8,7 @@
 //     convert_bench export|import|import-nosync FROM TO   one run (what the driver starts)
 //     convert_bench generate SECURITIES FOLDER           a folder to try things on
 
+#include "benchsupport.h"
 #include "convert/csvexport.h"
 #include "convert/metastockconverter.h"
 #include "store/filesystem.h"
@@ -26,30 +27,14 @@
 
 namespace {
 
-class NoSyncFileSystem : public store::FileSystem
-{
-public:
-    store::Status syncFiles(const QStringList&) override { return {}; }
-
-    store::Status syncFolder(const QString&) override { return {}; }
-};
-
-void check(const store::Status& status, const char* what)
-{
-    if (!status.ok()) {
-        std::fprintf(stderr, "%s: %s\n", what, qPrintable(status.text()));
-        std::exit(1);
-    }
-}
+using bench::check;
+using bench::NoSyncFileSystem;
+using bench::tradingDays;
 
 // Prices in cents that wander, as quotes are, volumes of all sizes, over 5,000 trading days from 1990 on.
 void generate(const QString& folder, int securities)
 {
-    std::vector<qint32> days;
-    for (QDate day(1990, 1, 2); days.size() < 5000; day = day.addDays(1)) {
-        if (day.dayOfWeek() <= 5)
-            days.push_back(day.year() * 10000 + day.month() * 100 + day.day());
-    }
+    const std::vector<qint32> days = tradingDays(5000);
     NoSyncFileSystem fs;
     store::MetaStockWriter writer(fs);
     check(writer.CreateFolder(folder), "CreateFolder");

@@ -4,6 +4,7 @@
 // memory the open sheet holds. Runs offscreen unless QT_QPA_PLATFORM names a platform; on a real
 // display the progress window is shown while the bars are read, as in the program.
 
+#include "benchsupport.h"
 #include "store/metastockwriter.h"
 #include "store/windows/bartablemodel.h"
 #include "store/windows/frmview.h"
@@ -27,16 +28,10 @@
 
 namespace {
 
+using bench::check;
+
 constexpr int kBars = 20000;
 constexpr int kRuns = 7;
-
-void check(const store::Status& status, const char* what)
-{
-    if (!status.ok()) {
-        std::fprintf(stderr, "%s: %s\n", what, qPrintable(status.text()));
-        std::exit(1);
-    }
-}
 
 // Weekdays from 1940-01-01 on, as yyyymmdd numbers; 20,000 of them reach into 2016.
 void writeSecurity(const QString& folder)

@@ -3,6 +3,7 @@
 // hit read back as the finder window and the find command read them. Prints the time of each search,
 // its hits and the peak memory of the process (generation included).
 
+#include "benchsupport.h"
 #include "store/metastockwriter.h"
 #include "store/securitysearch.h"
 
@@ -17,22 +18,9 @@
 
 namespace {
 
-void check(const store::Status& status, const char* what)
-{
-    if (!status.ok()) {
-        std::fprintf(stderr, "%s: %s\n", what, qPrintable(status.text()));
-        std::exit(1);
-    }
-}
-
-// Generating 20,000 data files needs no flush to the medium; the search only reads.
-class NoSyncFileSystem : public store::FileSystem
-{
-public:
-    store::Status syncFiles(const QStringList&) override { return {}; }
-
-    store::Status syncFolder(const QString&) override { return {}; }
-};
+using bench::check;
+using bench::NoSyncFileSystem;
+using bench::peakMegabytes;
 
 constexpr int kFolders = 100;
 constexpr int kSecuritiesPerFolder = 200;
@@ -54,13 +42,6 @@ void writeFolder(store::FileSystem& fs, const QString& folder, int number)
         check(writer.CreateSecurity(symbol, name, 1), "CreateSecurity");
     }
     check(writer.CloseFolder(), "CloseFolder");
-}
-
-double peakMegabytes()
-{
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss / 1024.0;
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 // flushes), and its data-correction pattern (for each bar of a 5,000-bar security: BarExists,
 // DeleteBar, AddBar; then Commit). Prints times, bars per second and the peak memory of the process.
 
+#include "benchsupport.h"
 #include "store/metastockreader.h"
 #include "store/metastockwriter.h"
 
@@ -18,32 +19,9 @@
 
 namespace {
 
-void check(const store::Status& status, const char* what)
-{
-    if (!status.ok()) {
-        std::fprintf(stderr, "%s: %s\n", what, qPrintable(status.text()));
-        std::exit(1);
-    }
-}
-
-// Trading days from 1990-01-02 on, as yyyymmdd numbers.
-std::vector<qint32> tradingDays(int count)
-{
-    std::vector<qint32> days;
-    for (QDate day(1990, 1, 2); int(days.size()) < count; day = day.addDays(1)) {
-        if (day.dayOfWeek() <= 5)
-            days.push_back(day.year() * 10000 + day.month() * 100 + day.day());
-    }
-    return days;
-}
-
-class NoSyncFileSystem : public store::FileSystem
-{
-public:
-    store::Status syncFiles(const QStringList&) override { return {}; }
-
-    store::Status syncFolder(const QString&) override { return {}; }
-};
+using bench::check;
+using bench::NoSyncFileSystem;
+using bench::tradingDays;
 
 // What the download job does for each security of a folder it brings up to date, with the folder
 // open for the whole list: select the security, append a few days, write that as one step. Every 15th
