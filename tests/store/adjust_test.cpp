@@ -136,13 +136,6 @@ TEST_P(SampleChangeTest, LeavesEveryOtherSecurityAsItWas)
     case Change::Remove:
         EXPECT_EQ(now.size(), securities.size() - 1);
         EXPECT_NE(now.at(param.position - 1).symbol, target.symbol);
-        if (number <= 255) {
-            // The freed F<n>.DAT goes to the next new security.
-            ASSERT_OK(writer.OpenFolder(m_folder));
-            ASSERT_OK(writer.CreateSecurity("NEW", "New", store::Daily));
-            ASSERT_OK(writer.CloseFolder());
-            EXPECT_TRUE(snapshot(m_folder).contains(target.fileName));
-        }
         break;
     case Change::Trim:
         EXPECT_EQ(store_test::barDatesOf(m_folder, target.symbol).size(), bars - 1);

@@ -134,7 +134,6 @@ TEST_P(RefusedChangeTest, EndsSilentlyAndChangesNothing)
 INSTANTIATE_TEST_SUITE_P(Inputs,
                          RefusedChangeTest,
                          ::testing::Values(RefusedChange{"symbol of another security", "Alpha", "DEF", true},
-                                           RefusedChange{"empty name", "", "ABC", true},
                                            RefusedChange{"nothing clicked", "Alpha", "ABC", false}),
                          store_test::nameOf<RefusedChange>);
 

@@ -11,7 +11,8 @@ namespace {
 using store_test::cli;
 using store_test::CliRun;
 
-TEST(Cli, CreateListCheck)
+// Leftovers of a writer that died are listed by check and removed by check --repair, which says so.
+TEST(Cli, CreateListCheckRepair)
 {
     QTemporaryDir dir;
     const QString folder = dir.filePath("new/folder");
@@ -37,33 +38,24 @@ TEST(Cli, CreateListCheck)
     EXPECT_EQ(check.status, 0);
     EXPECT_EQ(check.out, "No problems found\n");
 
-    store_test::writeFile(dir.filePath("new/folder/F2.DAT"), "short");
-    const CliRun damaged = cli({"check", folder});
-    EXPECT_EQ(damaged.status, 1);
-    EXPECT_TRUE(damaged.out.startsWith("F2.DAT: ")) << damaged.out.constData();
-}
-
-// Leftovers of a writer that died: check lists them, check --repair removes them and says so.
-TEST(Cli, CheckRepairsLeftovers)
-{
-    QTemporaryDir dir;
-    const QString folder = dir.filePath("data");
-    ASSERT_EQ(cli({"create", folder, "ABC", "Alpha", "2024-01-02"}).status, 0);
     store_test::writeFile(QDir(folder).filePath("MASTER.TSTMP"), "half");
     store_test::writeFile(QDir(folder).filePath("TICKSMITH.LCK"), {});
-
-    const CliRun check = cli({"check", folder});
-    EXPECT_EQ(check.status, 1);
-    EXPECT_TRUE(check.out.contains("MASTER.TSTMP: an interrupted update")) << check.out.constData();
-    EXPECT_TRUE(check.out.contains("TICKSMITH.LCK: left by a writer that ended")) << check.out.constData();
-
+    const CliRun leftovers = cli({"check", folder});
+    EXPECT_EQ(leftovers.status, 1);
+    EXPECT_TRUE(leftovers.out.contains("MASTER.TSTMP: an interrupted update")) << leftovers.out.constData();
+    EXPECT_TRUE(leftovers.out.contains("TICKSMITH.LCK: left by a writer that ended")) << leftovers.out.constData();
     const CliRun repair = cli({"check", "--repair", folder});
     EXPECT_EQ(repair.status, 0) << repair.err.constData();
     EXPECT_EQ(repair.out,
               "Repaired: removed the lock file of a writer that ended (unknown)\n"
               "Repaired: removed the temporary file MASTER.TSTMP\n"
               "No problems found\n");
-    EXPECT_EQ(QDir(folder).entryList(QDir::Files), QStringList({"EMASTER", "F1.DAT", "MASTER"}));
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files), QStringList({"EMASTER", "F1.DAT", "F2.DAT", "MASTER"}));
+
+    store_test::writeFile(QDir(folder).filePath("F2.DAT"), "short");
+    const CliRun damaged = cli({"check", folder});
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_TRUE(damaged.out.startsWith("F2.DAT: ")) << damaged.out.constData();
 }
 
 TEST(Cli, BarsMatchTheReferenceFormat)
@@ -89,11 +81,8 @@ TEST(Cli, RenameRemoveTrim)
     const auto before = store_test::snapshot(folder);
     for (const QStringList& bad : {QStringList{"rename", folder, "ABC"},
                                    QStringList{"rename", folder, "ABC", "--symbol", " "},
-                                   QStringList{"rename", folder, "ABC", "--symbol", "ABCDEFGHIJKLMNO"},
-                                   QStringList{"rename", folder, "ABC", "--name", QString(46, u'n')},
                                    QStringList{"rename", folder, "ABC", "--bogus"},
                                    QStringList{"remove", folder, "XYZ"},
-                                   QStringList{"remove", folder, ""},
                                    QStringList{"remove", notData, "ABC"},
                                    QStringList{"remove", dir.filePath("missing"), "ABC"},
                                    QStringList{"trim", folder, "ABC"},
@@ -133,12 +122,8 @@ TEST(Cli, FindListsHitsWithTheirFolders)
     EXPECT_EQ(all.out, (sub + "\tF1.DAT\tBHX.AX\tBroken Hill Mining\n").toUtf8());
     EXPECT_TRUE(all.err.isEmpty());
 
-    const CliRun none = cli({"find", "*.L", dir.path(), "--subfolders"});
-    EXPECT_EQ(none.status, 1);
-    EXPECT_TRUE(none.out.isEmpty());
-    for (const QStringList& bad : {QStringList{"find", "*"},
-                                   QStringList{"find", "*", dir.path(), "--deep"},
-                                   QStringList{"find", "*", dir.filePath("missing")}})
+    EXPECT_EQ(cli({"find", "*.L", dir.path(), "--subfolders"}).status, 1);
+    for (const QStringList& bad : {QStringList{"find", "*"}, QStringList{"find", "*", dir.filePath("missing")}})
         store_test::expectRefused(bad);
 
     // A damaged folder is named on standard error; the hits elsewhere still count.

@@ -178,16 +178,6 @@ SimFileSystem startingFolder(const CrashCase& param)
     return durable;
 }
 
-QString problemsOf(SimFileSystem& fs)
-{
-    store::metastock::Problems problems;
-    const Status status = store::metastock::checkFolder(fs, folder, problems);
-    QString text = status.ok() ? QString() : status.text();
-    for (const auto& problem : problems)
-        text += u' ' + problem.file + QStringLiteral(": ") + problem.text;
-    return text;
-}
-
 struct Counts
 {
     size_t checked = 0;
@@ -235,7 +225,7 @@ protected:
         const Status opened = writer.OpenFolder(folder);
         EXPECT_TRUE(opened.ok()) << where << ": " << qPrintable(opened.text());
         EXPECT_OK(writer.CloseFolder());
-        EXPECT_EQ(problemsOf(fs), QString()) << where;
+        EXPECT_EQ(store_test::problemsOf(folder, fs), QString()) << where;
         steps = fs.operations;
         return fs.visibleFiles();
     }

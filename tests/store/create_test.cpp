@@ -1,4 +1,3 @@
-#include "store/metastockreader.h"
 #include "store/windows/frmcreate.h"
 #include "storetest.h"
 #include "symbols/symbolsdb.h"
@@ -18,7 +17,6 @@
 namespace {
 
 using store::frmCreate;
-using store::SecurityDescriptor;
 using testing_support::Prompt;
 
 using store_test::securitiesOf;
@@ -58,20 +56,9 @@ TEST_P(PeriodicityTest, CreatesAnEmptySecurityAndKeepsFolderDateAndPeriodicityFo
     fill(window.Text1->text(), "Vodafone", "VOD");
     window.Command3->click();
 
-    const auto securities = securitiesOf(folder);
-    ASSERT_EQ(securities.size(), 2u);
-    EXPECT_EQ(securities[0].symbol, "IBM");
-    EXPECT_EQ(securities[0].name, "Intl Business Machines");
-    for (const auto& security : securities) {
-        EXPECT_EQ(security.periodicity, GetParam() + 1);
-        EXPECT_EQ(security.firstDate, 20040305);
-    }
-    store::MetaStockReader reader;
-    qint32 bars = -1;
-    EXPECT_OK(reader.OpenFolder(folder));
-    EXPECT_OK(reader.SelectSecurity("IBM"));
-    EXPECT_OK(reader.GetBarCount(bars));
-    EXPECT_EQ(bars, 0);
+    const QString tail = QStringLiteral("|%1|20040305").arg(GetParam() + 1);
+    EXPECT_EQ(store_test::listingOf(folder), QStringList({"IBM|Intl Business Machines" + tail, "VOD|Vodafone" + tail}));
+    EXPECT_TRUE(store_test::barsOf(folder, "IBM").empty());
 
     ASSERT_EQ(context->state.recent.size(), 2);
     EXPECT_EQ(context->state.recent[0].caption, folder + "\\Intl Business Machines");
@@ -135,10 +122,10 @@ TEST_F(CreateTest, MissingFolderIsCreatedOnlyWhenTheAnswerIsYes)
     EXPECT_EQ(window.Text2->text(), "IBM");
 
     window.Command3->click();
-    ASSERT_EQ(securitiesOf(missing).size(), 1u);
-    ASSERT_EQ(context.prompter().prompts.size(), 2);
-    EXPECT_EQ(context.prompter().prompts[0].text, "Directory Not Found.\nDo You Want Create It?");
-    EXPECT_EQ(context.prompter().prompts[0].kind, Prompt::Kind::Question);
+    EXPECT_EQ(securitiesOf(missing).size(), 1u);
+    EXPECT_EQ(context.prompter().prompts.at(0).kind, Prompt::Kind::Question);
+    EXPECT_EQ(store_test::promptTexts(context.prompter()),
+              QStringList(2, "Directory Not Found.\nDo You Want Create It?"));
 }
 
 // Typed letters go in upper case, so "ibm" meets "IBM"; Enter in the Symbol box creates.
@@ -151,9 +138,7 @@ TEST_F(CreateTest, ExistingSymbolIsRefusedAndTheBoxesClearedAsAfterACreation)
         QTest::keyClick(window.Text3, Qt::Key_Return);
     }
     EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
-    const auto securities = securitiesOf(folder);
-    ASSERT_EQ(securities.size(), 1u);
-    EXPECT_EQ(securities[0].name, "First");
+    EXPECT_EQ(store_test::listingOf(folder), QStringList{"IBM|First|1|20240614"});
     EXPECT_EQ(context->state.recent.size(), 1);
     EXPECT_TRUE(window.Text2->text().isEmpty() && window.Text3->text().isEmpty());
     EXPECT_FALSE(closedWith);

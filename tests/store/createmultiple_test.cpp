@@ -58,14 +58,7 @@ TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
     window.DTPicker1->setDate(QDate(2004, 3, 5));
     window.Command3->click();
 
-    const auto securities = securitiesOf(folder);
-    ASSERT_EQ(securities.size(), 2u);
-    EXPECT_EQ(securities[1].symbol, "BBB");
-    EXPECT_EQ(securities[1].name, "Beta Corp");
-    for (const auto& security : securities) {
-        EXPECT_EQ(security.periodicity, store::Daily);
-        EXPECT_EQ(security.firstDate, 20040305);
-    }
+    EXPECT_EQ(store_test::listingOf(folder), QStringList({"AAA|Alpha|1|20040305", "BBB|Beta Corp|1|20040305"}));
     EXPECT_EQ(context.prompter().messages(),
               (QStringList{"Security AAA Already Exists.",
                            "The name \"A name of forty-six characters, one too many!!\" is longer than 45 characters.",
@@ -94,11 +87,11 @@ TEST_F(CreateMultipleTest, NoFolderOrARefusedOneWritesNothing)
 
     EXPECT_FALSE(QFileInfo::exists(missing));
     EXPECT_TRUE(securitiesOf(folder).empty());
-    ASSERT_EQ(context.prompter().prompts.size(), 3);
-    EXPECT_EQ(context.prompter().prompts[0].text, "Please give the Folder.");
-    EXPECT_EQ(context.prompter().prompts[1].text, "Directory Not Found.\nDo You Want Create It?");
-    EXPECT_EQ(context.prompter().prompts[1].kind, Prompt::Kind::Question);
-    EXPECT_EQ(context.prompter().prompts[2].text, "Securities are created.");
+    EXPECT_EQ(context.prompter().prompts.at(1).kind, Prompt::Kind::Question);
+    EXPECT_EQ(
+        store_test::promptTexts(context.prompter()),
+        QStringList(
+            {"Please give the Folder.", "Directory Not Found.\nDo You Want Create It?", "Securities are created."}));
 }
 
 // The chosen folder gets a separator at its end; a cancelled choice leaves the box empty, not "/".

@@ -23,21 +23,14 @@
 #include <vector>
 
 // Fails the test with the status text when an operation of the data component fails.
-#define ASSERT_OK(expression)                                                                                          \
+#define STORE_CHECK_STATUS_(check, expression, errorCode)                                                              \
     do {                                                                                                               \
         const ::store::Status status_ = (expression);                                                                  \
-        ASSERT_TRUE(status_.ok()) << #expression << ": " << qPrintable(status_.text());                                \
+        check(status_.code(), errorCode) << #expression << ": " << qPrintable(status_.text());                         \
     } while (false)
-#define EXPECT_OK(expression)                                                                                          \
-    do {                                                                                                               \
-        const ::store::Status status_ = (expression);                                                                  \
-        EXPECT_TRUE(status_.ok()) << #expression << ": " << qPrintable(status_.text());                                \
-    } while (false)
-#define EXPECT_FAILS_WITH(expression, errorCode)                                                                       \
-    do {                                                                                                               \
-        const ::store::Status status_ = (expression);                                                                  \
-        EXPECT_EQ(status_.code(), errorCode) << #expression << ": " << qPrintable(status_.text());                     \
-    } while (false)
+#define ASSERT_OK(expression) STORE_CHECK_STATUS_(ASSERT_EQ, expression, ::store::ErrorCode::None)
+#define EXPECT_OK(expression) STORE_CHECK_STATUS_(EXPECT_EQ, expression, ::store::ErrorCode::None)
+#define EXPECT_FAILS_WITH(expression, errorCode) STORE_CHECK_STATUS_(EXPECT_EQ, expression, errorCode)
 
 namespace store_test {
 
@@ -102,15 +95,20 @@ inline void writeFile(const QString& path, const QByteArray& bytes)
 }
 
 // The problems `check` reports for a folder, one text per line, empty when the folder is sound.
-inline QString problemsOf(const QString& folder)
+inline QString problemsOf(const QString& folder, store::FileSystem& fs)
 {
-    store::FileSystem fs;
     store::metastock::Problems problems;
     const store::Status status = store::metastock::checkFolder(fs, folder, problems);
     QString text = status.ok() ? QString() : status.text() + u'\n';
     for (const auto& problem : problems)
         text += problem.file + QStringLiteral(": ") + problem.text + u'\n';
     return text;
+}
+
+inline QString problemsOf(const QString& folder)
+{
+    store::FileSystem fs;
+    return problemsOf(folder, fs);
 }
 
 // Every security of a folder as the reader lists it.
@@ -125,6 +123,28 @@ inline std::vector<store::SecurityDescriptor> securitiesOf(const QString& folder
     }
     EXPECT_OK(reader.Close());
     return found;
+}
+
+// Each security of a folder as "SYMBOL|Name|periodicity|first date", to compare a whole listing at once.
+inline QStringList listingOf(const QString& folder)
+{
+    QStringList lines;
+    for (const store::SecurityDescriptor& security : securitiesOf(folder))
+        lines << QStringLiteral("%1|%2|%3|%4")
+                     .arg(security.symbol, security.name)
+                     .arg(security.periodicity)
+                     .arg(security.firstDate);
+    return lines;
+}
+
+// The texts of every message and question a window showed, in order.
+template<class Prompter>
+QStringList promptTexts(const Prompter& prompter)
+{
+    QStringList texts;
+    for (const auto& prompt : prompter.prompts)
+        texts << prompt.text;
+    return texts;
 }
 
 // Every bar of a security as the reader delivers them.
