@@ -3,10 +3,8 @@
 #include "app/frmmain.h"
 #include "app/frmtip.h"
 #include "chart/windows/frmchart.h"
-#include "store/metastockreader.h"
 #include "store/metastockwriter.h"
 #include "store/windows/bartablemodel.h"
-#include "store/windows/frmcreate.h"
 #include "store/windows/frmopen.h"
 #include "store/windows/frmview.h"
 #include "symbols/symbolsdb.h"
@@ -15,7 +13,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
-#include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
@@ -86,50 +83,24 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
     EXPECT_EQ(opened, 2);
 }
 
-// From the menu and from the toolbar, OK in the create window creates a security in the folder and adds it to
-// the recent list.
-TEST(MainWindowTest, CreateSecurityFromMenuAndToolbar)
-{
-    TestContext context;
-    app::frmMain window(context);
-    const QString folder = context.makeFolder("data");
-    for (const char* symbol : {"IBM", "VOD"}) {
-        context.modalDrivers.push_back([&folder, symbol](QDialog& dialog) {
-            auto& create = dynamic_cast<store::frmCreate&>(dialog);
-            create.Text1->setText(folder);
-            create.Text2->setText(QStringLiteral("%1 plc").arg(QLatin1String(symbol)));
-            create.Text3->setText(symbol);
-            create.Command4->click();
-            return dialog.result();
-        });
-    }
-    window.mnuCreateNew->trigger();
-    window.Toolbar1_ButtonClick(2);
-    EXPECT_EQ(context.modalsShown, QStringList({"frmCreate", "frmCreate"}));
-    store::MetaStockReader reader;
-    qint32 count = 0;
-    EXPECT_TRUE(reader.OpenFolder(folder).ok() && reader.HasMoreSecurities(count).ok());
-    EXPECT_EQ(count, 2);
-    ASSERT_EQ(window.recentItems().size(), 2);
-    EXPECT_EQ(window.recentItems()[1]->text(), QStringLiteral("%1\\VOD plc").arg(folder));
-    EXPECT_EQ(context->state.currentFolder, folder);
-}
-
 // Each task item opens its window; the toolbar buttons do what their menu items do.
 TEST(MainWindowTest, TaskItemsOpenTheirWindows)
 {
     TestContext context;
     app::frmMain window(context);
-    for (QAction* item : {window.mnuCreateMultiple,
+    for (QAction* item : {window.mnuCreateNew,
+                          window.mnuCreateMultiple,
                           window.mnuSecFinder,
                           window.mnuDownload,
                           window.mnuSecurity,
                           window.mnuData,
                           window.mnuConvert})
         item->trigger();
-    window.Toolbar1_ButtonClick(5);
+    for (int button : {2, 5})
+        window.Toolbar1_ButtonClick(button);
     EXPECT_EQ(context.modalsShown.join(u','),
-              "frmCreateMultiple,frmFinder,frmDownload,frmAdjustSecurity,frmDeleteData,frmConvert,frmFinder");
+              "frmCreate,frmCreateMultiple,frmFinder,frmDownload,frmAdjustSecurity,frmDeleteData,frmConvert,frmCreate,"
+              "frmFinder");
 }
 
 TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
@@ -151,19 +122,28 @@ TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
     EXPECT_EQ(openedIndex, 2);
 }
 
-TEST(MainWindowTest, StartUpRecordsTheProgramFolderAndOffersTheTipOnce)
+// The program folder is recorded, the recent list emptied, the options read (zero, silently, without the
+// database) and the tip offered once.
+TEST(MainWindowTest, StartUp)
 {
-    TestContext context;
-    writeTips(context, "Press F5 to download.\n");
-    context->state.recent.append({"old", QString(), QString()});
-    app::frmMain window(context);
-    window.Form_Load();
-    EXPECT_EQ(context->settings->value("InstallDir/Dir").toString(), context.programFolder());
-    EXPECT_TRUE(context->state.recent.isEmpty());
-    EXPECT_TRUE(window.Timer1->isActive());
-    window.Timer1_Timer();
-    window.Timer1_Timer();
-    EXPECT_EQ(context.modalsShown, QStringList{"frmTip"});
+    for (bool withDatabase : {true, false}) {
+        TestContext context;
+        if (withDatabase) {
+            ASSERT_TRUE(context.installProgramFile(symbols::kDatabaseFileName));
+            symbols::writeOptions(context, {1, 4});
+        }
+        writeTips(context, "Press F5 to download.\n");
+        context->state.recent.append({"old", QString(), QString()});
+        app::frmMain window(context);
+        window.Form_Load();
+        EXPECT_EQ(context->settings->value("InstallDir/Dir").toString(), context.programFolder());
+        EXPECT_TRUE(context->state.recent.isEmpty() && window.Timer1->isActive());
+        EXPECT_EQ(QList<int>({context->state.s1, context->state.s2}), QList<int>({withDatabase, withDatabase * 4}));
+        window.Timer1_Timer();
+        window.Timer1_Timer();
+        EXPECT_EQ(context.modalsShown, QStringList{"frmTip"});
+        EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    }
 }
 
 void showChild(app::frmMain& window, QWidget* child)
@@ -173,36 +153,12 @@ void showChild(app::frmMain& window, QWidget* child)
     window.mdiArea()->setActiveSubWindow(frame);
 }
 
-// With the database, without it, and without its settings table: zero and no message when unreadable.
-TEST(MainWindowTest, StartUpReadsTheOptionsOrKeepsZero)
-{
-    for (const char* setUp : {"database", "none", "no table"}) {
-        TestContext context;
-        if (setUp != std::string("none")) {
-            ASSERT_TRUE(context.installProgramFile(symbols::kDatabaseFileName));
-            symbols::writeOptions(context, {1, 4});
-        }
-        if (setUp == std::string("no table"))
-            symbols::openDatabase(context)->execute("drop table settings");
-        app::frmMain window(context);
-        window.Form_Load();
-        const bool read = setUp == std::string("database");
-        EXPECT_EQ(context->state.s1, read ? 1 : 0) << setUp;
-        EXPECT_EQ(context->state.s2, read ? 4 : 0) << setUp;
-        EXPECT_TRUE(context.prompter().prompts.isEmpty()) << setUp;
-    }
-}
-
-TEST(MainWindowTest, TimerCopiesTheActiveChildsTitle)
+TEST(MainWindowTest, TheActiveChildsTitleAndStatusTextsFillThePanel)
 {
     TestContext context;
     context->settings->setValue(app::showTipsAtStartupKey(), "0");
     app::frmMain window(context);
     window.show();
-    window.panelText->setText("Download Listing.");
-    window.Timer1_Timer();
-    EXPECT_EQ(window.panelText->text(), "Download Listing."); // no child: kept
-    EXPECT_TRUE(context.modalsShown.isEmpty());
     auto* child = new QWidget;
     child->setWindowTitle("IBM - Daily");
     showChild(window, child);
@@ -250,25 +206,21 @@ TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
                            QUrl("https://finance.yahoo.com/lookup")}));
 }
 
-// A main window over a folder with the security Alpha ("ALP", three bars), the current folder.
-class OpenSecurityTest : public ::testing::Test
+// File, Open and toolbar button 3 open Open Security in data-sheet mode, File, Open Chart in chart mode;
+// each opening adds a recent item, and an item opens the data sheet of its security again. Copy to
+// Clipboard takes the selected rows of the active data sheet, and nothing while a chart is active.
+TEST(MainWindowTest, OpenSecurityOpensDataSheetsAndChartsWhoseRowsCopy)
 {
-protected:
-    void SetUp() override
-    {
-        context->state.currentFolder = context.makeFolder("data");
-        store::MetaStockWriter writer;
-        ASSERT_TRUE(writer.OpenFolder(context->state.currentFolder).ok()
-                    && writer.CreateSecurity("ALP", "Alpha", 1).ok());
-        for (qint32 day : {20050103, 20050104, 20050105})
-            ASSERT_TRUE(writer.AddBar(day, 0, 1, 2, 0.5, 1.5, 100, 0).ok());
-        ASSERT_TRUE(writer.CloseFolder().ok());
-        window.show();
-    }
-
-    // The next Open Security window, expected in the mode given, chooses Alpha.
-    void chooseAlpha(int chartMode)
-    {
+    TestContext context;
+    context->state.currentFolder = context.makeFolder("data");
+    store::MetaStockWriter writer;
+    ASSERT_TRUE(writer.OpenFolder(context->state.currentFolder).ok() && writer.CreateSecurity("ALP", "Alpha", 1).ok());
+    for (qint32 day : {20050103, 20050104, 20050105})
+        ASSERT_TRUE(writer.AddBar(day, 0, 1, 2, 0.5, 1.5, 100, 0).ok());
+    ASSERT_TRUE(writer.CloseFolder().ok());
+    app::frmMain window(context);
+    window.show();
+    for (int chartMode : {0, 0, 1}) {
         context.modalDrivers.push_back([chartMode](QDialog& dialog) {
             auto& open = dynamic_cast<store::frmOpen&>(dialog);
             EXPECT_EQ(open.chartMode, chartMode);
@@ -277,58 +229,29 @@ protected:
             return open.result();
         });
     }
-
-    TestContext context;
-    app::frmMain window{context};
-};
-
-// File, Open and toolbar button 3 open Open Security in data-sheet mode; each opening adds a recent item,
-// and an item opens the data sheet of its security again. Copy to Clipboard takes the selected rows of
-// the active data sheet, and nothing while another kind of window is active.
-TEST_F(OpenSecurityTest, DataSheetsOpenFromMenuToolbarAndRecentItemsAndTheirRowsCopy)
-{
-    context.clipboard().content = "kept";
-    chooseAlpha(0);
-    chooseAlpha(0);
     window.mnuOpen->trigger();
     window.Toolbar1_ButtonClick(3);
-    ASSERT_EQ(window.recentItems().size(), 2);
+    window.mnuOpenChart->trigger();
+    ASSERT_EQ(window.recentItems().size(), 3);
     window.recentItems()[0]->trigger();
     const auto windows = window.mdiArea()->subWindowList();
-    ASSERT_EQ(windows.size(), 3);
-    auto* sheet = dynamic_cast<store::frmView*>(windows[2]->widget());
+    ASSERT_EQ(windows.size(), 4);
+    auto* chart = dynamic_cast<chart::frmChart*>(windows[2]->widget());
+    EXPECT_EQ(windows[2]->windowTitle(), "Chart of Alpha");
+    EXPECT_EQ(chart ? chart->bars().size() : 0u, 3u);
+    auto* sheet = dynamic_cast<store::frmView*>(windows[3]->widget());
     ASSERT_NE(sheet, nullptr);
-    EXPECT_EQ(windows[2]->windowTitle() + ' ' + sheet->Text3->text(), "DataSheet of Alpha ALP");
-    window.mdiArea()->setActiveSubWindow(windows[2]);
-    sheet->ListView1->clearSelection();
-    window.RowCopy();
-    EXPECT_EQ(context.clipboard().content, "kept"); // nothing selected
-    auto* chart = new QWidget;
-    chart->setObjectName("frmChart");
-    showChild(window, chart);
-    window.Toolbar1_ButtonClick(17);
-    EXPECT_EQ(context.clipboard().content, "kept");
-    window.mdiArea()->setActiveSubWindow(windows[2]);
+    EXPECT_EQ(windows[3]->windowTitle() + ' ' + sheet->Text3->text(), "DataSheet of Alpha ALP");
     const QItemSelectionModel::SelectionFlags rows = QItemSelectionModel::Select | QItemSelectionModel::Rows;
     sheet->ListView1->selectionModel()->select(sheet->bars().index(0, 0), rows);
     sheet->ListView1->selectionModel()->select(sheet->bars().index(2, 0), rows);
+    context.clipboard().content = "kept";
+    window.mdiArea()->setActiveSubWindow(windows[2]);
+    window.Toolbar1_ButtonClick(17);
+    EXPECT_EQ(context.clipboard().content, "kept");
+    window.mdiArea()->setActiveSubWindow(windows[3]);
     window.Toolbar1_ButtonClick(17);
     EXPECT_EQ(context.clipboard().content, "1/3/2005,1.00,2.00,0.50,1.50,100\r\n1/5/2005,1.00,2.00,0.50,1.50,100\r\n");
-}
-
-// File, Open Chart opens Open Security in chart mode, and the security chosen there opens as a chart with
-// its bars in the main window's area.
-TEST_F(OpenSecurityTest, ChartsOpenFromOpenChart)
-{
-    chooseAlpha(1);
-    window.mnuOpenChart->trigger();
-    EXPECT_EQ(context.modalsShown, QStringList{"frmOpen"});
-    const auto windows = window.mdiArea()->subWindowList();
-    ASSERT_EQ(windows.size(), 1);
-    EXPECT_EQ(windows[0]->windowTitle(), "Chart of Alpha");
-    auto* chart = dynamic_cast<chart::frmChart*>(windows[0]->widget());
-    EXPECT_EQ(chart ? chart->bars().size() : 0u, 3u);
-    EXPECT_EQ(window.recentItems().size(), 1);
 }
 
 // A missing file is explained; an empty one keeps the window's own text.
