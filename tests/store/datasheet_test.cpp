@@ -86,9 +86,16 @@ protected:
 };
 
 // The list keeps the folder's order; a click names the row, a double click opens it. The data sheet
-// reads through the symbol of the row listed last, whatever row was chosen.
+// reads through the symbol of the row listed last, whatever row was chosen. Each opening adds a numbered
+// recent entry, unless an entry made in another form has the typed name as its caption.
 TEST_F(DataSheetTest, OpenListsTheFolderAndOpensWithTheSymbolListedLast)
 {
+    {
+        frmOpen empty(context);
+        empty.Command2->click();
+        EXPECT_NE(empty.result(), QDialog::Accepted);
+    }
+    EXPECT_EQ(context.prompter().messages(), QStringList{"No Security Selected."});
     frmOpen open(context);
     open.show();
     EXPECT_EQ(open.Text1->text(), folder);
@@ -96,7 +103,6 @@ TEST_F(DataSheetTest, OpenListsTheFolderAndOpensWithTheSymbolListedLast)
     const QTreeWidgetItem* beta = open.ListView1->topLevelItem(1);
     EXPECT_EQ(QStringList({beta->text(0), beta->text(1), beta->text(2), beta->text(3)}),
               QStringList({"Beta", "BET", "F2.DAT", "20050105"}));
-
     QTest::mouseClick(open.ListView1->viewport(), Qt::LeftButton, {}, open.ListView1->visualItemRect(beta).center());
     EXPECT_EQ(open.Text2->text(), "Beta");
     EXPECT_TRUE(children.empty());
@@ -104,37 +110,23 @@ TEST_F(DataSheetTest, OpenListsTheFolderAndOpensWithTheSymbolListedLast)
     const QPoint alpha = open.ListView1->visualItemRect(open.ListView1->topLevelItem(0)).center();
     QTest::mouseClick(open.ListView1->viewport(), Qt::LeftButton, {}, alpha);
     QTest::mouseDClick(open.ListView1->viewport(), Qt::LeftButton, {}, alpha);
-
     ASSERT_EQ(children.size(), 1u);
     EXPECT_EQ(sheet().windowTitle(), "DataSheet of Alpha");
     EXPECT_EQ(QStringList({sheet().Text1->text(), sheet().Text2->text(), sheet().Text3->text()}),
               QStringList({folder, "Alpha", "GAM"}));
     EXPECT_EQ(open.result(), QDialog::Accepted);
-    ASSERT_EQ(context->state.recent.size(), 1);
-    EXPECT_EQ(context->state.recent[0].caption, "&1 Alpha");
-    EXPECT_EQ(context->state.recent[0].folder, folder);
-}
 
-// An empty Security box only says so. Typed names open too, twice gives two numbered entries, and an
-// entry made in another form whose caption is the typed name keeps the list as it is.
-TEST_F(DataSheetTest, OpenAddsARecentEntryEachTimeUnlessACaptionIsTheName)
-{
-    frmOpen empty(context);
-    empty.Command2->click();
-    EXPECT_EQ(context.prompter().messages(), QStringList{"No Security Selected."});
-    EXPECT_TRUE(context->state.recent.isEmpty() && children.empty());
-    EXPECT_NE(empty.result(), QDialog::Accepted);
-    for (int i = 0; i < 2; ++i) {
-        frmOpen open(context);
-        open.Text2->setText(" Not Listed ");
-        QTest::keyClick(open.ListView1, Qt::Key_Return);
+    for (const char* typed : {" Not Listed ", "Odd"}) {
+        if (typed == QLatin1String("Odd"))
+            context->state.recent.append({"Odd", folder, " Odd "});
+        frmOpen again(context);
+        again.Text2->setText(QLatin1String(typed));
+        QTest::keyClick(again.ListView1, Qt::Key_Return);
     }
-    context->state.recent.append({"Odd", folder, " Odd "});
-    frmOpen open(context);
-    open.Text2->setText("Odd");
-    open.Command2->click();
-    ASSERT_EQ(context->state.recent.size(), 3);
-    EXPECT_EQ(context->state.recent[1].caption, "&2 Not Listed");
+    QStringList recent;
+    for (const context::RecentSecurity& entry : context->state.recent)
+        recent << entry.caption + '|' + entry.folder;
+    EXPECT_EQ(recent, QStringList({"&1 Alpha|" + folder, "&2 Not Listed|" + folder, " Odd |" + folder}));
     EXPECT_EQ(children.size(), 3u);
 }
 
@@ -187,7 +179,7 @@ TEST_F(DataSheetTest, ChartModeOpensWhatTheChartMakerMakes)
     EXPECT_EQ(children.at(0)->windowTitle(), "Chart of Beta");
 }
 
-// A security without bars shows its dates and an empty table, as does a symbol the folder lacks.
+// A symbol the folder lacks shows an empty table and no message.
 TEST_F(DataSheetTest, SheetShowsTheHeaderAndEveryBarWithTheNewestCurrent)
 {
     frmView view(context, folder, "Beta", "BET");
@@ -197,15 +189,6 @@ TEST_F(DataSheetTest, SheetShowsTheHeaderAndEveryBarWithTheNewestCurrent)
     EXPECT_EQ(row(view, 2), QStringList({"1/5/2005", "12.00", "13.50", "11.50", "12.50", "1000"}));
     EXPECT_EQ(view.ListView1->currentIndex().row(), 2);
 
-    store::MetaStockWriter writer;
-    ASSERT_OK(writer.OpenFolder(folder));
-    ASSERT_OK(writer.CreateSecurity("NEW", "New", 1));
-    ASSERT_OK(writer.AddBar(20060102, 0, 0, 0, 0, 0, 0, 0));
-    ASSERT_OK(writer.DeleteBar("20060102"));
-    ASSERT_OK(writer.CloseFolder());
-    frmView empty(context, folder, "New", "NEW");
-    EXPECT_EQ(empty.bars().rowCount(), 0);
-    EXPECT_EQ(empty.Text5->text(), "1/2/2006");
     frmView unknown(context, folder, "Nothing", "NONE");
     EXPECT_EQ(unknown.bars().rowCount(), 0);
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
@@ -233,29 +216,9 @@ TEST_F(DataSheetTest, CancelledLoadingKeepsAPartialTable)
     EXPECT_EQ(view.Text5->text(), "2/28/2005");
 }
 
-// Insert writes a hand-entered bar (time and open interest -1) and reads the sheet again; a date the
-// security has is refused and nothing is written.
-TEST_F(DataSheetTest, InsertAddsABarAndRefusesAnExistingDate)
-{
-    context.setToday(QDate(2005, 1, 4));
-    frmView view(context, folder, "Alpha", "ALP");
-    applyRecord(QDate(2005, 1, 4), {"1", "2", "3", "4", "5"});
-    view.Command2->click();
-    EXPECT_EQ(context.prompter().messages(), QStringList{"Date Already Exist."});
-
-    const auto before = store_test::snapshot(folder);
-    applyRecord(QDate(2004, 12, 31), {"9.25", "9.5", "9", "9.125", "12345"});
-    view.Command2->click();
-    ASSERT_EQ(view.bars().rowCount(), 4);
-    EXPECT_EQ(row(view, 0), QStringList({"12/31/2004", "9.25", "9.50", "9.00", "9.13", "12345"}));
-    const PriceBar inserted = barsOf("ALP")[0];
-    EXPECT_EQ(inserted.date, 20041231);
-    EXPECT_EQ(inserted.openInterest, -1.0);
-    EXPECT_NE(store_test::snapshot(folder), before);
-}
-
-// Apply with an empty box or text that is no number keeps the dialog open; Close gives up.
-TEST_F(DataSheetTest, IncompleteRecordKeepsTheDialogOpen)
+// Apply with an empty box or a volume that is no number keeps the dialog open, and Close gives up; Insert
+// with a date the security has is refused. Nothing is written.
+TEST_F(DataSheetTest, IncompleteRecordsAndExistingDatesAreRefused)
 {
     frmView view(context, folder, "Alpha", "ALP");
     const auto before = store_test::snapshot(folder);
@@ -263,9 +226,8 @@ TEST_F(DataSheetTest, IncompleteRecordKeepsTheDialogOpen)
         auto& record = dynamic_cast<frmRecord&>(dialog);
         record.Text1->setText("1");
         record.Command1->click();
-        record.Text2->setText("2");
-        record.Text3->setText("3");
-        record.Text4->setText("4");
+        for (QLineEdit* box : {record.Text2, record.Text3, record.Text4})
+            box->setText("2");
         record.Text5->setText("lots");
         record.Command1->click();
         EXPECT_FALSE(record.accepted);
@@ -273,17 +235,27 @@ TEST_F(DataSheetTest, IncompleteRecordKeepsTheDialogOpen)
         return record.result();
     });
     view.Command2->click();
-    EXPECT_EQ(context.prompter().messages(),
-              QStringList({"Please Complete All Fields.", "The volume \"lots\" is not a number."}));
+    applyRecord(QDate(2005, 1, 4), {"1", "2", "3", "4", "5"});
+    view.Command2->click();
+    EXPECT_EQ(
+        context.prompter().messages(),
+        QStringList({"Please Complete All Fields.", "The volume \"lots\" is not a number.", "Date Already Exist."}));
     EXPECT_EQ(store_test::snapshot(folder), before);
 }
 
-// Change writes the values into the bar of the dialog's date and into the selected row, which keeps its
-// place and date, even when the date is another row's. The boxes start with the stored values.
-TEST_F(DataSheetTest, ChangeReplacesTheValuesOfTheDialogsDate)
+// Insert writes a hand-entered bar (open interest -1). Change writes the values into the bar of the
+// dialog's date and into the selected row, which keeps its place and date even when the date is another
+// row's; its boxes start with the stored values. Delete removes the selected row only after Yes.
+TEST_F(DataSheetTest, InsertChangeAndDeleteWriteTheFolderAndTheSheet)
 {
     frmView view(context, folder, "Alpha", "ALP");
-    view.ListView1->setCurrentIndex(view.bars().index(1, 0));
+    applyRecord(QDate(2004, 12, 31), {"9.25", "9.5", "9", "9.125", "12345"});
+    view.Command2->click();
+    ASSERT_EQ(view.bars().rowCount(), 4);
+    EXPECT_EQ(row(view, 0), QStringList({"12/31/2004", "9.25", "9.50", "9.00", "9.13", "12345"}));
+    EXPECT_EQ(barsOf("ALP")[0].openInterest, -1.0);
+
+    view.ListView1->setCurrentIndex(view.bars().index(2, 0));
     QStringList shown;
     context.modalDrivers.push_back([&shown](QDialog& dialog) {
         auto& record = dynamic_cast<frmRecord&>(dialog);
@@ -294,33 +266,26 @@ TEST_F(DataSheetTest, ChangeReplacesTheValuesOfTheDialogsDate)
     });
     view.ListView1->doubleClicked(view.ListView1->currentIndex());
     EXPECT_EQ(shown, QStringList({"2005-01-04", "11", "1000"}));
-    EXPECT_EQ(row(view, 1)[4], "20.75");
-    EXPECT_EQ(barsOf("ALP")[1].close, 20.75);
-
+    EXPECT_EQ(row(view, 2)[4], "20.75");
     applyRecord(QDate(2005, 1, 5), {"1", "2", "0.5", "1.5", "7"});
     view.Command3->click();
-    EXPECT_EQ(row(view, 1), QStringList({"1/4/2005", "1.00", "2.00", "0.50", "1.50", "7"}));
-    const auto bars = barsOf("ALP");
-    EXPECT_EQ(bars[1].close, 20.75);
-    EXPECT_EQ(bars[2].close, 1.5);
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-}
+    EXPECT_EQ(row(view, 2), QStringList({"1/4/2005", "1.00", "2.00", "0.50", "1.50", "7"}));
 
-TEST_F(DataSheetTest, DeleteRemovesTheSelectedRowOnlyAfterYes)
-{
-    frmView view(context, folder, "Alpha", "ALP");
     view.ListView1->setCurrentIndex(view.bars().index(0, 0));
     context.prompter().answers = {false, true};
     view.Command4->click();
-    EXPECT_EQ(view.bars().rowCount(), 3);
+    EXPECT_EQ(view.bars().rowCount(), 4);
     view.Command4->click();
-    ASSERT_EQ(view.bars().rowCount(), 2);
-    EXPECT_EQ(row(view, 0)[0], "1/4/2005");
-    EXPECT_EQ(barsOf("ALP").size(), 2u);
-    EXPECT_EQ(
-        store_test::promptTexts(context.prompter()),
-        QStringList(
-            {"Are you sure to delete date : 1/3/2005", "Are you sure to delete date : 1/3/2005", "Record Deleted."}));
+    ASSERT_EQ(view.bars().rowCount(), 3);
+    EXPECT_EQ(row(view, 0)[0], "1/3/2005");
+    QList<double> closes;
+    for (const PriceBar& bar : barsOf("ALP"))
+        closes << bar.close;
+    EXPECT_EQ(closes, QList<double>({10.5, 20.75, 1.5}));
+    EXPECT_EQ(store_test::promptTexts(context.prompter()),
+              QStringList({"Are you sure to delete date : 12/31/2004",
+                           "Are you sure to delete date : 12/31/2004",
+                           "Record Deleted."}));
 }
 
 struct Failure
