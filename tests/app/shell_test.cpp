@@ -254,24 +254,18 @@ TEST(MainWindowTest, OpenSecurityOpensDataSheetsAndChartsWhoseRowsCopy)
     EXPECT_EQ(context.clipboard().content, "1/3/2005,1.00,2.00,0.50,1.50,100\r\n1/5/2005,1.00,2.00,0.50,1.50,100\r\n");
 }
 
-// A missing file is explained; an empty one keeps the window's own text.
-TEST(TipTest, MissingOrEmptyFile)
+// A missing file is explained and an empty one keeps the window's own text; every line of a file is a
+// tip, empty ones included, shown at random. Turned off, no tip shows at start or from the menu.
+TEST(TipTest, TipsComeFromTheFileAndCanBeTurnedOff)
 {
     TestContext context;
     for (const char* expected : {"Create a text file named TIP.TXT", "keeps your MetaStock folders"}) {
         app::frmTip tip(context);
         ASSERT_TRUE(tip.Form_Load());
-        tip.cmdNextTip->click();
-        EXPECT_TRUE(tip.chkLoadTipsAtStartup->isChecked());
         EXPECT_TRUE(tip.lblTipText->text().contains(expected)) << expected;
         EXPECT_EQ(tip.currentIndex(), 0);
         writeTips(context, "");
     }
-}
-
-TEST(TipTest, ThreeLinesGiveIndexesOneToThreeOnly)
-{
-    TestContext context;
     writeTips(context, "first\r\n\r\nthird\r\n");
     app::frmTip tip(context);
     ASSERT_TRUE(tip.Form_Load());
@@ -283,14 +277,6 @@ TEST(TipTest, ThreeLinesGiveIndexesOneToThreeOnly)
         EXPECT_EQ(tip.lblTipText->text(), tip.tips()[tip.currentIndex() - 1]);
     }
     EXPECT_EQ(seen, (QSet<int>{1, 2, 3}));
-}
-
-TEST(TipTest, TurnedOffItIsNeitherShownAtStartNorFromTheMenu)
-{
-    TestContext context;
-    writeTips(context, "a tip\n");
-    app::frmTip tip(context);
-    ASSERT_TRUE(tip.Form_Load());
     tip.chkLoadTipsAtStartup->click();
     EXPECT_EQ(context->settings->value(app::showTipsAtStartupKey()).toString(), "0");
     app::frmMain window(context);

@@ -22,8 +22,7 @@ TEST(Cli, CreateListCheckRepair)
     const CliRun again = cli({"create", folder, "ABC", "Again", "20240102"});
     EXPECT_EQ(again.status, 1);
     EXPECT_TRUE(again.err.contains("exists already"));
-    for (const QStringList& bad : {QStringList{"create", folder, "ABCDEFGHIJKLMNO", "x", "20240102"},
-                                   QStringList{"create", folder, "X", "x", "20240230"},
+    for (const QStringList& bad : {QStringList{"create", folder, "X", "x", "20240230"},
                                    QStringList{"create", folder, "X", "x", "20240102", "--periodicity", "hourly"},
                                    QStringList{"list"},
                                    QStringList{"check", dir.filePath("missing")}})
@@ -81,12 +80,9 @@ TEST(Cli, RenameRemoveTrim)
     const auto before = store_test::snapshot(folder);
     for (const QStringList& bad : {QStringList{"rename", folder, "ABC"},
                                    QStringList{"rename", folder, "ABC", "--symbol", " "},
-                                   QStringList{"rename", folder, "ABC", "--bogus"},
                                    QStringList{"remove", folder, "XYZ"},
                                    QStringList{"remove", notData, "ABC"},
-                                   QStringList{"remove", dir.filePath("missing"), "ABC"},
-                                   QStringList{"trim", folder, "ABC"},
-                                   QStringList{"trim", folder, "ABC", "--until", "2024-02-30"}})
+                                   QStringList{"trim", folder, "ABC"}})
         store_test::expectRefused(bad);
     EXPECT_TRUE(cli({"remove", notData, "ABC"}).err.contains("not a MetaStock data folder"));
     const CliRun taken = cli({"rename", folder, "DEF", "--symbol", "abc"});

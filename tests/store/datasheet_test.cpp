@@ -158,27 +158,6 @@ TEST_F(DataSheetTest, BrowseAndEnterListAnotherFolder)
     EXPECT_EQ(context->state.currentFolder, folder);
 }
 
-// Chart mode hands the same three values to the chart maker; without one nothing opens.
-TEST_F(DataSheetTest, ChartModeOpensWhatTheChartMakerMakes)
-{
-    QStringList handed;
-    for (bool withMaker : {false, true}) {
-        if (withMaker) {
-            context->makeChart = [&](const QString& f, const QString& name, const QString& symbol) {
-                handed = {f, name, symbol};
-                return new QWidget;
-            };
-        }
-        frmOpen open(context);
-        open.chartMode = 1;
-        open.Text2->setText("Beta ");
-        open.Command2->click();
-        EXPECT_EQ(children.size(), withMaker ? 1u : 0u);
-    }
-    EXPECT_EQ(handed, QStringList({folder, "Beta", "GAM"}));
-    EXPECT_EQ(children.at(0)->windowTitle(), "Chart of Beta");
-}
-
 // A symbol the folder lacks shows an empty table and no message.
 TEST_F(DataSheetTest, SheetShowsTheHeaderAndEveryBarWithTheNewestCurrent)
 {

@@ -94,19 +94,6 @@ TEST_F(LookupTest, ListsTheCatalogueByExchangeAndFiltersByExchange)
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
-TEST_F(LookupTest, ASpellingThatInterleavesWithAnotherIsListedEachTimeItChanges)
-{
-    // The rows of both spellings sort together by name: "3M Co." (NYSE), "Aaa Test" (nyse), "AbbVie" (NYSE).
-    insert("Aaa Test", "AAAT", "nyse");
-    frmLookup lookup(context);
-    QStringList spellings;
-    for (const QString& exchange : items(lookup.Combo1)) {
-        if (exchange.compare(QLatin1String("NYSE"), Qt::CaseInsensitive) == 0)
-            spellings.append(exchange);
-    }
-    EXPECT_EQ(spellings, (QStringList{"NYSE", "nyse", "NYSE"}));
-}
-
 TEST_F(LookupTest, AnExchangeWithAQuoteShowsTheEnginesErrorAndTheWindowGoesOn)
 {
     insert("Quoted Ltd.", "QTD", "Hang Seng''s");
