@@ -6,44 +6,30 @@
 
 namespace {
 
-struct DateCase
+// Each date as "pattern separator date -> shown", so that one comparison names every case that differs.
+TEST(FormatBarDateTest, FollowsThePatternAndShowsNonDatesAsTheyAre)
 {
-    const char* pattern;
-    const char* separator;
-    qint32 date;
-    const char* expected;
-};
-
-void PrintTo(const DateCase& c, std::ostream* out)
-{
-    *out << c.date << " as " << c.pattern;
+    const char* const cases[][4] = {
+        {"M/d/yyyy", "/", "20050115", "1/15/2005"},
+        {"M/d/yyyy", "/", "0", "N/A"},
+        {"dd.MM.yyyy", ".", "20050115", "15.01.2005"},
+        {"yyyy-MM-dd", "-", "20050105", "2005-01-05"},
+        {"d. M. yyyy", ". ", "20050115", "15. 1. 2005"},
+        // No separator in the pattern, or none known: the fixed form, never a failure.
+        {"yyyyMMdd", "", "20050115", "2005-01-15"},
+        {"yyyyMMdd", "/", "20050115", "2005-01-15"},
+        // Numbers that are no date of the calendar are shown as they are.
+        {"M/d/yyyy", "/", "20050231", "2005-02-31"},
+        {"M/d/yyyy", "/", "20051300", "2005-13-00"},
+    };
+    QStringList expected, shown;
+    for (const auto& [pattern, separator, date, text] : cases) {
+        const QString in = QStringLiteral("%1 '%2' %3 -> ").arg(pattern, separator, date);
+        expected << in + text;
+        shown << in + context::FormatBarDate(QString(date).toInt(), pattern, separator);
+    }
+    EXPECT_EQ(shown, expected);
 }
-
-class FormatBarDateTest : public ::testing::TestWithParam<DateCase>
-{};
-
-TEST_P(FormatBarDateTest, FollowsThePattern)
-{
-    const DateCase& c = GetParam();
-    EXPECT_EQ(context::FormatBarDate(c.date, QString::fromLatin1(c.pattern), QString::fromLatin1(c.separator)),
-              QString::fromLatin1(c.expected));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Patterns,
-    FormatBarDateTest,
-    ::testing::Values(DateCase{"M/d/yyyy", "/", 20050115, "1/15/2005"},
-                      DateCase{"M/d/yyyy", "/", 0, "N/A"},
-                      DateCase{"dd.MM.yyyy", ".", 20050115, "15.01.2005"},
-                      DateCase{"dd/MM/yyyy", "/", 19991231, "31/12/1999"},
-                      DateCase{"yyyy-MM-dd", "-", 20050105, "2005-01-05"},
-                      DateCase{"d. M. yyyy", ". ", 20050115, "15. 1. 2005"},
-                      // No separator in the pattern, or none known: the fixed form, never a failure.
-                      DateCase{"yyyyMMdd", "", 20050115, "2005-01-15"},
-                      DateCase{"yyyyMMdd", "/", 20050115, "2005-01-15"},
-                      // Numbers that are no date of the calendar are shown as they are.
-                      DateCase{"M/d/yyyy", "/", 20050231, "2005-02-31"},
-                      DateCase{"M/d/yyyy", "/", 20051300, "2005-13-00"}));
 
 TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
 {
@@ -56,23 +42,14 @@ TEST(DatePatternTest, ComesFromTheLocaleWithFourDigitYears)
     EXPECT_EQ(context::FormatBarDate(QLocale(QLocale::Swedish, QLocale::Sweden), 20050115), "2005-01-15");
 }
 
-class ParsePathTest : public ::testing::TestWithParam<std::pair<const char*, const char*>>
-{};
-
-TEST_P(ParsePathTest, KeepsTheDirectoryWithItsSeparator)
+TEST(ParsePathTest, KeepsTheDirectoryWithItsSeparator)
 {
-    EXPECT_EQ(context::ParsePath(QString::fromLatin1(GetParam().first)), QString::fromLatin1(GetParam().second));
+    QStringList parsed;
+    for (const char* path :
+         {"C:\\data\\ibm.csv", "/home/ann/data/ibm.csv", "C:x", "D:", "report", "", "C:\\data/sub\\"})
+        parsed << context::ParsePath(QString::fromLatin1(path));
+    EXPECT_EQ(parsed, QStringList({"C:\\data\\", "/home/ann/data/", "C:", "D:", "", "", "C:\\data/sub\\"}));
 }
-
-INSTANTIATE_TEST_SUITE_P(Paths,
-                         ParsePathTest,
-                         ::testing::Values(std::pair{"C:\\data\\ibm.csv", "C:\\data\\"},
-                                           std::pair{"/home/ann/data/ibm.csv", "/home/ann/data/"},
-                                           std::pair{"C:x", "C:"},
-                                           std::pair{"D:", "D:"},
-                                           std::pair{"report", ""},
-                                           std::pair{"", ""},
-                                           std::pair{"C:\\data/sub\\", "C:\\data/sub\\"}));
 
 TEST(GoURLTest, OpensAddressesAndIgnoresEmptyText)
 {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "chart/chartgeometry.h"
-#include "paramnames.h"
 #include "store/metastockwriter.h"
 
 #include <QDate>

@@ -13,8 +13,6 @@ using chart::ChartStyle;
 
 namespace {
 
-using testing_support::PrintTo;
-
 // A drawing area of 12165 x 6255 twips: the plot ends at x 11515 and y 5755.
 constexpr float kWidth = 12165;
 constexpr float kHeight = 6255;
@@ -74,37 +72,15 @@ ChartBar bar(double open, double high, double low, double close)
     return {QStringLiteral("1/3/2005"), 20050103, open, high, low, close, 0};
 }
 
-struct RangeCase
+// A whole unit above and below: prices below one, equal high and low, halves to the even neighbour.
+TEST(ChartGeometryTest, PriceRangeLeavesAWholeUnitAboveAndBelow)
 {
-    const char* what;
-    double low;
-    double high;
-    double bottom;
-    double top;
-};
-
-class PriceRangeTest : public ::testing::TestWithParam<RangeCase>
-{};
-
-TEST_P(PriceRangeTest, LeavesAWholeUnitAboveAndBelow)
-{
-    const RangeCase& c = GetParam();
-    const chart::PriceRange range =
-        chart::priceRange({bar(c.low, c.high, c.low, c.low), bar(c.low, c.low, c.low, c.low)});
-    EXPECT_EQ(range.bottom, c.bottom);
-    EXPECT_EQ(range.top, c.top);
-}
-
-INSTANTIATE_TEST_SUITE_P(Prices,
-                         PriceRangeTest,
-                         ::testing::Values(RangeCase{"below one", 0.50, 0.90, -1, 2},
-                                           RangeCase{"high equals low", 10, 10, 9, 11},
-                                           RangeCase{"halves to the even neighbour", 1.5, 2.5, 1, 3},
-                                           RangeCase{"whole prices", 99, 130, 98, 131}),
-                         testing_support::nameOf<RangeCase>);
-
-TEST(ChartGeometryTest, NoBarsDrawNothing)
-{
+    QList<double> ends;
+    for (const auto& [low, high] : {std::pair(0.5, 0.9), std::pair(10.0, 10.0), std::pair(1.5, 2.5)}) {
+        const chart::PriceRange range = chart::priceRange({bar(low, high, low, low), bar(low, low, low, low)});
+        ends << range.bottom << range.top;
+    }
+    EXPECT_EQ(ends, QList<double>({-1, 2, 9, 11, 1, 3}));
     EXPECT_TRUE(draw({}).shapes.empty());
 }
 
@@ -200,31 +176,14 @@ TEST(ChartGeometryTest, DateLabels)
     EXPECT_EQ(dates.join(u' '), "3/1/05@10 27/1/05@4467 21/2/05@9111 3/3/2005@10454");
 }
 
-struct LabelCase
+// Day, month and two-digit year; the stored text for what is no date.
+TEST(ChartGeometryTest, ShortDateLabels)
 {
-    const char* what;
-    qint32 yyyymmdd;
-    const char* separator;
-    const char* expected;
-};
-
-class ShortDateLabelTest : public ::testing::TestWithParam<LabelCase>
-{};
-
-TEST_P(ShortDateLabelTest, DayMonthTwoDigitYear)
-{
-    const LabelCase& c = GetParam();
-    EXPECT_EQ(chart::shortDateLabel(c.yyyymmdd, QLatin1String(c.separator), QStringLiteral("stored")),
-              QLatin1String(c.expected));
+    const auto label = [](qint32 day, const char* separator) {
+        return chart::shortDateLabel(day, QLatin1String(separator), QStringLiteral("stored"));
+    };
+    EXPECT_EQ(QStringList({label(19991231, "."), label(20100704, ""), label(20050231, "/"), label(0, "/")}),
+              QStringList({"31.12.99", "4/7/10", "stored", "stored"}));
 }
-
-INSTANTIATE_TEST_SUITE_P(Dates,
-                         ShortDateLabelTest,
-                         ::testing::Values(LabelCase{"slash", 20050115, "/", "15/1/05"},
-                                           LabelCase{"dot", 19991231, ".", "31.12.99"},
-                                           LabelCase{"no separator", 20100704, "", "4/7/10"},
-                                           LabelCase{"not a date", 20050231, "/", "stored"},
-                                           LabelCase{"none", 0, "/", "stored"}),
-                         testing_support::nameOf<LabelCase>);
 
 } // namespace
