@@ -302,15 +302,11 @@ TEST(SplashTest, ProgressFollowsTheTicks)
     EXPECT_TRUE(splash.isNull());
 }
 
-TEST(AboutTest, LinkChangesColourOnHoverOpensTheManualAndEscapeCloses)
+TEST(AboutTest, LinkOpensTheManualAndEscapeCloses)
 {
     TestContext context;
     app::Form3 about(context);
     about.show();
-    QTest::mouseMove(about.Label4);
-    EXPECT_TRUE(about.Label4->styleSheet().contains("#ff0000"));
-    QTest::mouseMove(about.Picture1);
-    EXPECT_TRUE(about.Label4->styleSheet().contains("#0000ff"));
     QTest::mouseClick(about.Label4, Qt::LeftButton);
     EXPECT_TRUE(context.openedUrls.size() == 1 && context.openedUrls[0].isLocalFile());
     QTest::keyClick(&about, Qt::Key_Escape);

@@ -158,7 +158,8 @@ TEST_F(DataSheetTest, BrowseAndEnterListAnotherFolder)
     EXPECT_EQ(context->state.currentFolder, folder);
 }
 
-// A symbol the folder lacks shows an empty table and no message.
+// The header shows the first and last dates and the periodicity, the table every bar with the newest
+// current; a symbol the folder lacks gives an empty table and no message.
 TEST_F(DataSheetTest, SheetShowsTheHeaderAndEveryBarWithTheNewestCurrent)
 {
     frmView view(context, folder, "Beta", "BET");

@@ -1,4 +1,3 @@
-#include "store/metastock/indexfiles.h"
 #include "store/windows/frmfinder.h"
 #include "storetest.h"
 #include "testcontext.h"
@@ -90,26 +89,6 @@ TEST_F(FinderTest, TheFolderIsRememberedForTheNextWindow)
     second.Text2->clear();
     second.reject();
     EXPECT_EQ(frmFinder(context).Text2->text(), data);
-}
-
-// The search loop counts its further hits in 16 bits: the list ends with the first row and 32,767 more.
-TEST_F(FinderTest, TheListEndsAt32768Rows)
-{
-    std::vector<store::metastock::IndexEntry> entries(32770);
-    for (size_t i = 0; i < entries.size(); ++i) {
-        entries[i].fileNumber = store::metastock::firstXmasterFileNumber + int(i);
-        entries[i].symbol = QStringLiteral("S%1").arg(i);
-        entries[i].name = QStringLiteral("Security %1").arg(i);
-        entries[i].kind = store::metastock::IndexKind::Xmaster;
-        entries[i].changed = true;
-    }
-    const QString many = context.makeFolder("many");
-    store_test::writeFile(many + "/XMASTER",
-                          store::metastock::encodeXmaster({}, entries, entries.back().fileNumber + 1));
-    window.Text2->setText(many);
-    window.Command1->click();
-    ASSERT_EQ(window.ListView1->topLevelItemCount(), 32768);
-    EXPECT_EQ(window.ListView1->topLevelItem(32767)->text(1), "S32767");
 }
 
 } // namespace

@@ -109,43 +109,41 @@ TEST_F(LookupTest, AnExchangeWithAQuoteShowsTheEnginesErrorAndTheWindowGoesOn)
     EXPECT_LT(lookup.ListView1->topLevelItemCount(), rows);
 }
 
-TEST_F(LookupTest, OkOrDoubleClickHandsBackTheTrimmedNameAndSymbol)
+// A row clicked and then OK, or double-clicked, gives its trimmed name and symbol; Close, OK without a
+// selection and an empty list give an empty security. Each outcome as "how: result name|symbol".
+TEST_F(LookupTest, SingleChoiceHandsBackTheChosenRowOrNothing)
 {
     insert("  Padded Corp  ", " PAD ", "XETRA");
-    for (bool doubleClick : {false, true}) {
+    QStringList outcomes;
+    for (const QString how : {"ok", "double click", "close", "nothing selected", "empty list"}) {
+        if (how == u"empty list")
+            run({"delete from symbols"});
         frmLookup lookup(context);
         lookup.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&lookup));
-        choose(lookup.Combo1, "XETRA");
-        const auto padded = lookup.ListView1->findItems(" PAD ", Qt::MatchExactly, 1);
-        ASSERT_EQ(padded.size(), 1);
-        const QPoint at = lookup.ListView1->visualItemRect(padded[0]).center();
-        QTest::mouseClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
-        EXPECT_EQ(lookup.Text1->text(), "Padded Corp");
-        if (doubleClick)
-            QTest::mouseDClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
-        else
-            lookup.Command1->click();
-        EXPECT_EQ(lookup.result(), int(QDialog::Accepted)) << doubleClick;
-        EXPECT_EQ(lookup.selectedSecurity() + '|' + lookup.selectedSymbol(), "Padded Corp|PAD") << doubleClick;
-    }
-}
-
-TEST_F(LookupTest, CloseNoSelectionOrAnEmptyListGiveAnEmptySecurity)
-{
-    for (const char* how : {"close", "nothing selected", "empty list"}) {
-        if (how == std::string("empty list"))
-            run({"delete from symbols"});
-        frmLookup lookup(context);
-        if (how == std::string("close")) {
-            lookup.ListView1->topLevelItem(3)->setSelected(true);
-            lookup.Command3->click();
-        } else {
-            lookup.Command1->click();
+        if (how != u"empty list" && how != u"nothing selected") {
+            choose(lookup.Combo1, "XETRA");
+            const auto padded = lookup.ListView1->findItems(" PAD ", Qt::MatchExactly, 1);
+            ASSERT_EQ(padded.size(), 1);
+            const QPoint at = lookup.ListView1->visualItemRect(padded[0]).center();
+            QTest::mouseClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
+            EXPECT_EQ(lookup.Text1->text(), "Padded Corp");
+            if (how == u"double click")
+                QTest::mouseDClick(lookup.ListView1->viewport(), Qt::LeftButton, {}, at);
         }
-        EXPECT_EQ(lookup.result(), int(how == std::string("close") ? QDialog::Rejected : QDialog::Accepted)) << how;
-        EXPECT_EQ(lookup.selectedSecurity(), QString()) << how;
+        if (how != u"double click")
+            (how == u"close" ? lookup.Command3 : lookup.Command1)->click();
+        outcomes << QStringLiteral("%1: %2 %3|%4")
+                        .arg(how)
+                        .arg(lookup.result())
+                        .arg(lookup.selectedSecurity(), lookup.selectedSymbol());
     }
+    EXPECT_EQ(outcomes,
+              QStringList({"ok: 1 Padded Corp|PAD",
+                           "double click: 1 Padded Corp|PAD",
+                           "close: 0 |",
+                           "nothing selected: 1 |",
+                           "empty list: 1 |"}));
     EXPECT_EQ(items(frmLookup(context).Combo1), QStringList{"All"}) << "the empty list";
 }
 
