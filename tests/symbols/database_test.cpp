@@ -29,14 +29,6 @@ QString openError(const QString& file, const QString& connect)
     }
 }
 
-TEST(ConnectTextTest, PasswordIsTheTextAfterPwdUpToTheNextSemicolon)
-{
-    EXPECT_EQ(symbols::passwordFromConnect(symbols::kConnect), "307HARBOR307");
-    EXPECT_EQ(symbols::passwordFromConnect("ODBC;PWD=abc;uid=x"), "abc");
-    EXPECT_EQ(symbols::passwordFromConnect(";pwd="), QString());
-    EXPECT_EQ(symbols::passwordFromConnect(";uid=pwd"), QString());
-}
-
 TEST_F(SymbolsTest, BuiltDatabaseIsEncryptedAndHoldsTheCatalogueAndOneSettingsRow)
 {
     QFile raw(file());
@@ -61,8 +53,13 @@ TEST_F(SymbolsTest, BuiltDatabaseIsEncryptedAndHoldsTheCatalogueAndOneSettingsRo
     EXPECT_EQ(settings.field("s1").toString() + settings.field("s2").toString(), "01");
 }
 
-TEST_F(SymbolsTest, WrongEmptyOrMissingPasswordFailsAtOpen)
+// The password is the text after "pwd=" up to the next semicolon; a wrong, empty or missing one fails at open.
+TEST_F(SymbolsTest, PasswordComesFromTheConnectTextAndAWrongOneFailsAtOpen)
 {
+    QStringList passwords;
+    for (const QString& connect : QStringList({symbols::kConnect, "ODBC;PWD=abc;uid=x", ";pwd=", ";uid=pwd"}))
+        passwords << symbols::passwordFromConnect(connect);
+    EXPECT_EQ(passwords, QStringList({"307HARBOR307", "abc", "", ""}));
     EXPECT_EQ(openError(file(), symbols::kConnect), QString());
     EXPECT_EQ(openError(file(), ";pwd=307harbor307"), "file is encrypted or is not a database");
     EXPECT_FALSE(openError(file(), ";pwd=").isEmpty());

@@ -1,4 +1,3 @@
-#include "paramnames.h"
 #include "symbols/placehelper.h"
 #include "symbols/windows/frmaddnew.h"
 #include "symbols/windows/frmlookup.h"
@@ -19,7 +18,6 @@ namespace {
 
 using symbols::frmAddNew;
 using symbols::frmLookup;
-using testing_support::PrintTo;
 using testing_support::Prompt;
 
 QStringList items(QComboBox* box)
@@ -249,46 +247,33 @@ TEST_F(SymbolsTest, WindowsOverABrokenDatabaseShowTheEnginesTextAndKeepRunning)
     }
 }
 
-struct ChartCase
+// Each case as "address + symbol -> the page opened, or the start of what the user is told".
+TEST(PlaceHelperTest, OpensTheConfiguredPageForTheSymbolOrSaysWhyNot)
 {
-    const char* what;
-    const char* address; // nullptr: no setting at all
-    const char* symbol;
-    const char* url; // the page opened, or nullptr when the user is told why not
-    const char* message; // start of what the user is told
-};
-
-class PlaceHelperTest : public ::testing::TestWithParam<ChartCase>
-{};
-
-TEST_P(PlaceHelperTest, OpensTheConfiguredPageForTheSymbolOrSaysWhyNot)
-{
-    testing_support::TestContext context;
-    if (GetParam().address)
-        context->settings->setValue(symbols::kIntradayChartUrlKey, QString(GetParam().address));
-    symbols::PlaceHelper helper(context);
-    EXPECT_EQ(helper.ShowChart(QString(GetParam().symbol), 16), GetParam().url != nullptr);
-    // What happened, as one line: the pages opened, then the start of each message.
-    QStringList outcome;
-    for (const QUrl& url : context.openedUrls)
-        outcome << url.toString(QUrl::FullyEncoded);
-    for (const QString& message : context.prompter().messages())
-        outcome << message.left(QString(GetParam().message).size());
-    EXPECT_EQ(outcome, QStringList{QString(GetParam().url ? GetParam().url : GetParam().message)});
+    const char* const cases[][3] = {
+        {"  ", "IBM", "No intraday chart page is configured."},
+        {"http://c.test/{symbol}/1d", "^GSPC", "http://c.test/%5EGSPC/1d"},
+        {"https://c.test/q?s={symbol}&range=1d", "M&M.NS", "https://c.test/q?s=M%26M.NS&range=1d"},
+        {"ftp://c.test/{symbol}", "IBM", "The intraday chart address"},
+        {"https://c.test/{symbol}", " ", "There is no symbol"},
+    };
+    QStringList expected, outcomes;
+    for (const auto& [address, symbol, outcome] : cases) {
+        testing_support::TestContext context;
+        context->settings->setValue(symbols::kIntradayChartUrlKey, QString(address));
+        const bool shown = symbols::PlaceHelper(context).ShowChart(QString(symbol), 16);
+        QStringList happened;
+        for (const QUrl& url : context.openedUrls)
+            happened << url.toString(QUrl::FullyEncoded) + " (shown)";
+        for (const QString& message : context.prompter().messages())
+            happened << message.left(int(qstrlen(outcome)));
+        const QString in = QStringLiteral("%1 + %2 -> ").arg(address, symbol);
+        expected << in + outcome + (QLatin1String(outcome).startsWith(u"http") ? " (shown)" : "");
+        outcomes << in + happened.join(" and ")
+                + (shown == context.openedUrls.isEmpty() ? " (returned otherwise)" : "");
+    }
+    EXPECT_EQ(outcomes, expected);
 }
-
-const ChartCase chartCases[] = {
-    {"blank", "  ", "IBM", nullptr, "No intraday chart page is configured."},
-    {"index", "http://c.test/{symbol}/1d", "^GSPC", "http://c.test/%5EGSPC/1d", nullptr},
-    {"ampersand", "https://c.test/q?s={symbol}&range=1d", "M&M.NS", "https://c.test/q?s=M%26M.NS&range=1d", nullptr},
-    {"notWeb", "ftp://c.test/{symbol}", "IBM", nullptr, "The intraday chart address"},
-    {"noSymbol", "https://c.test/{symbol}", " ", nullptr, "There is no symbol"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Settings,
-                         PlaceHelperTest,
-                         ::testing::ValuesIn(chartCases),
-                         testing_support::nameOf<ChartCase>);
 
 TEST(MarketPlaceTest, OkShowsTheSymbolsChartAndCancelShowsNothing)
 {
