@@ -58,48 +58,10 @@ protected:
     QString folder = context.makeFolder("data");
 };
 
-TEST_F(AdjustWindowsTest, FolderChooserListsRootAndHomeAndOpensOnTheCurrentFolder)
-{
-    store::frmAdjustSecurity window(context);
-    QComboBox& drives = *window.folders->Drive1;
-    ASSERT_GE(drives.count(), 2);
-    EXPECT_EQ(drives.itemText(0), QDir::rootPath());
-    EXPECT_EQ(drives.itemText(1), QDir::homePath());
-    EXPECT_EQ(window.folders->path(), folder);
-    EXPECT_EQ(namesIn(*window.List1), (QStringList{"Alpha", "Delta"}));
-
-    drives.setCurrentIndex(0);
-    emit drives.activated(0);
-    EXPECT_EQ(window.folders->path(), QDir::rootPath());
-    EXPECT_TRUE(namesIn(*window.List1).isEmpty());
-}
-
+// Change renames the clicked security. With nothing clicked, or to the symbol of another security, it
+// changes nothing and says nothing, and the window stays usable; which names and symbols the writer
+// refuses is its own test's matter. Delete takes the symbol box as it stands, not the security clicked.
 TEST_F(AdjustWindowsTest, ChangeRenamesTheClickedSecurityAndDeleteTakesTheSymbolBox)
-{
-    store::frmAdjustSecurity window(context);
-    click(*window.List1, 0);
-    EXPECT_EQ(window.Text1->text(), "Alpha");
-    EXPECT_EQ(window.Text2->text(), "ABC");
-    EXPECT_EQ(window.DTPicker1->date(), QDate(2024, 1, 2));
-
-    window.Text1->setText(" Alpha Renamed ");
-    window.Text2->setText("ABX");
-    window.Command1->click();
-    EXPECT_EQ(namesIn(*window.List1), (QStringList{"Alpha Renamed", "Delta"}));
-    EXPECT_EQ(window.Text1->text(), " Alpha Renamed ");
-    EXPECT_EQ(symbolsIn(folder), (QStringList{"ABX", "DEF"}));
-
-    // The symbol box as it stands, not the security clicked.
-    window.Text2->setText("DEF");
-    window.Command2->click();
-    EXPECT_EQ(namesIn(*window.List1), QStringList{"Alpha Renamed"});
-    EXPECT_EQ(symbolsIn(folder), QStringList{"ABX"});
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-}
-
-// With nothing clicked, or with the symbol of another security, nothing changes and nothing is shown; the
-// window and the folder stay usable. Which names and symbols the writer refuses is its own test's matter.
-TEST_F(AdjustWindowsTest, RefusedChangesEndSilentlyAndChangeNothing)
 {
     store::frmAdjustSecurity window(context);
     const auto before = snapshot(folder);
@@ -107,16 +69,26 @@ TEST_F(AdjustWindowsTest, RefusedChangesEndSilentlyAndChangeNothing)
     window.Text2->setText("ABX");
     window.Command1->click();
     click(*window.List1, 0);
+    EXPECT_EQ(QStringList({window.Text1->text(), window.Text2->text(), window.DTPicker1->date().toString()}),
+              QStringList({"Alpha", "ABC", QDate(2024, 1, 2).toString()}));
     window.Text2->setText("DEF");
     window.Command1->click();
     EXPECT_EQ(snapshot(folder), before);
-    EXPECT_EQ(namesIn(*window.List1), (QStringList{"Alpha", "Delta"}));
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-    window.Text2->setText("XYZ");
+
+    window.Text1->setText(" Alpha Renamed ");
+    window.Text2->setText("ABX");
     window.Command1->click();
-    EXPECT_EQ(symbolsIn(folder), (QStringList{"XYZ", "DEF"}));
+    EXPECT_EQ(namesIn(*window.List1), (QStringList{"Alpha Renamed", "Delta"}));
+    EXPECT_EQ(window.Text1->text(), " Alpha Renamed ");
+    EXPECT_EQ(symbolsIn(folder), (QStringList{"ABX", "DEF"}));
+    window.Text2->setText("DEF");
+    window.Command2->click();
+    EXPECT_EQ(namesIn(*window.List1), QStringList{"Alpha Renamed"});
+    EXPECT_EQ(symbolsIn(folder), QStringList{"ABX"});
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
+// The folder chooser offers the root and the home folder; one without securities disables Delete.
 TEST_F(AdjustWindowsTest, DeleteBeforeRemovesUpToTheDateAndDeleteAfterNothing)
 {
     store::frmDeleteData window(context);
@@ -124,18 +96,22 @@ TEST_F(AdjustWindowsTest, DeleteBeforeRemovesUpToTheDateAndDeleteAfterNothing)
     click(*window.List1, 0);
     EXPECT_EQ(window.Text2->text(), "ABC");
     EXPECT_EQ(window.DTPicker1->date(), QDate(2024, 1, 5));
-
     window.DTPicker1->setDate(QDate(2024, 1, 3));
     window.Option2->setChecked(true);
     window.Command1->click();
     EXPECT_EQ(store_test::barDatesOf(folder, "ABC").size(), 4u);
-
     window.Option1->setChecked(true);
     window.Command1->click();
     EXPECT_EQ(store_test::barDatesOf(folder, "ABC"), (std::vector<qint32>{20240104, 20240105}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
-    window.folders->setPath(context.makeFolder("empty"));
+    QComboBox& drives = *window.folders->Drive1;
+    ASSERT_GE(drives.count(), 2);
+    EXPECT_EQ(QStringList({drives.itemText(0), drives.itemText(1)}), QStringList({QDir::rootPath(), QDir::homePath()}));
+    drives.setCurrentIndex(0);
+    emit drives.activated(0);
+    EXPECT_EQ(window.folders->path(), QDir::rootPath());
+    EXPECT_EQ(window.List1->count(), 0);
     EXPECT_FALSE(window.Command1->isEnabled());
 }
 
