@@ -21,17 +21,6 @@ using testing_support::Prompt;
 class CreateMultipleTest : public ::testing::Test
 {
 protected:
-    // The lookup's last multiple choice, as the window finds it when it opens.
-    void choose(const QList<std::pair<QString, QString>>& entries)
-    {
-        context->state.lookupNames.clear();
-        context->state.lookupSymbols.clear();
-        for (const auto& [name, symbol] : entries) {
-            context->state.lookupNames << name;
-            context->state.lookupSymbols << symbol;
-        }
-    }
-
     QStringList rows(const frmCreateMultiple& window) const
     {
         QStringList texts;
@@ -48,10 +37,12 @@ protected:
 // daily, with the chosen first date, and the run always ends with its message.
 TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
 {
-    choose({{"Alpha", "AAA"},
-            {"Alpha again", "AAA"},
-            {"A name of forty-six characters, one too many!!", "LONG"},
-            {" Beta Corp ", " BBB "}});
+    // The lookup's last multiple choice, as the window finds it when it opens.
+    context->state.lookupNames = {"Alpha",
+                                  "Alpha again",
+                                  "A name of forty-six characters, one too many!!",
+                                  " Beta Corp "};
+    context->state.lookupSymbols = {"AAA", "AAA", "LONG", " BBB "};
     frmCreateMultiple window(context);
     EXPECT_EQ(rows(window).size(), 4);
     window.Text1->setText(folder);
@@ -126,7 +117,8 @@ TEST_F(CreateMultipleTest, SymbolLookupAddsOnlyNamesNotListedYet)
                                 dialog.findChild<QPushButton*>("Command3")->click();
                                 return dialog.result();
                             }};
-    choose({{"Opened with", "OPEN"}});
+    context->state.lookupNames = {"Opened with"};
+    context->state.lookupSymbols = {"OPEN"};
     frmCreateMultiple window(context);
     for (int i = 0; i < 3; ++i)
         window.Command2->click();

@@ -43,36 +43,30 @@ protected:
     QStringList statusTexts;
 };
 
-// Typed letters show as capitals and Enter searches; the status bar says "Finding....." meanwhile.
+// An empty folder box is asked for. Typed letters show as capitals and Enter searches; the status bar
+// says "Finding....." meanwhile. A folder that is not there empties the list and says nothing.
 TEST_F(FinderTest, EnterInThePatternBoxSearchesInCapitals)
 {
+    window.Text2->setText("  ");
+    window.Text1->setFocus();
+    window.Command1->click();
+    EXPECT_EQ(store_test::promptTexts(context.prompter()), QStringList{"Search Folder Not Provide."});
+    EXPECT_EQ(window.focusWidget(), window.Text2);
+    EXPECT_TRUE(statusTexts.isEmpty());
+
     window.Text2->setText(" " + data + " ");
     QTest::keyClicks(window.Text1, "bh*");
     EXPECT_EQ(window.Text1->text(), "BH*");
     QTest::keyClick(window.Text1, Qt::Key_Return);
     EXPECT_EQ(rows(), (QStringList{"BHP Group|BHP|F1.DAT|."}));
     EXPECT_EQ(statusTexts, (QStringList{"Finding.....", ""}));
-
     window.Check1->setChecked(true);
     window.Command1->click();
     EXPECT_EQ(rows(), (QStringList{"BHP Group|BHP|F1.DAT|.", "Broken Hill Mining|BHX|F1.DAT|asx"}));
-
-    // A folder that is not there: the list is emptied and nothing is said.
     window.Text2->setText(data + "/missing");
     window.Command1->click();
     EXPECT_TRUE(rows().isEmpty());
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-}
-
-TEST_F(FinderTest, AnEmptyFolderIsAskedFor)
-{
-    window.Text2->setText("  ");
-    window.Text1->setFocus();
-    window.Command1->click();
-    ASSERT_EQ(context.prompter().prompts.size(), 1);
-    EXPECT_EQ(context.prompter().prompts[0].text, "Search Folder Not Provide.");
-    EXPECT_EQ(window.focusWidget(), window.Text2);
-    EXPECT_TRUE(statusTexts.isEmpty());
+    EXPECT_EQ(context.prompter().prompts.size(), 1);
 }
 
 // The folder lives until the program ends: a closing window with a folder typed or browsed in hands it
