@@ -73,6 +73,20 @@ TEST(MainWindowTest, MenuAndToolbarLayoutAndTheirWindows)
     EXPECT_EQ(context.modalsShown.join(u','),
               "frmCreate,frmCreateMultiple,frmFinder,frmDownload,frmAdjustSecurity,frmDeleteData,frmConvert,frmCreate,"
               "frmFinder");
+
+    // Recent entries, numbered or not and duplicates kept, stand between the template and the separator
+    // before Exit; each opens by its number.
+    context->addRecent(" IBM ", "/data", context::RecentCaption::Numbered);
+    context->addRecent("IBM", "/data", context::RecentCaption::Numbered);
+    context->addRecent("Vodafone", "/uk ", context::RecentCaption::FolderAndName);
+    fileMenu.clear();
+    for (QAction* action : window.mnuFile->actions().mid(7))
+        fileMenu.append(action->isVisible() ? action->text() : "-");
+    EXPECT_EQ(fileMenu.join(u','), "-,&1 IBM,&2 IBM,/uk\\Vodafone,,&Exit");
+    int openedIndex = 0;
+    window.setRecentOpener([&](int index) { openedIndex = index; });
+    window.recentItems()[1]->trigger();
+    EXPECT_EQ(openedIndex, 2);
 }
 
 TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
@@ -95,25 +109,6 @@ TEST(MainWindowTest, ItemsWithoutAWindowStayDisabledUntilWired)
     EXPECT_EQ(opened, 2);
     window.Toolbar1_ButtonClick(6); // "Test Report" does nothing
     EXPECT_EQ(opened, 2);
-}
-
-TEST(MainWindowTest, RecentEntriesAreNumberedAndDuplicatesAdded)
-{
-    TestContext context;
-    app::frmMain window(context);
-    context->addRecent(" IBM ", "/data", context::RecentCaption::Numbered);
-    context->addRecent("IBM", "/data", context::RecentCaption::Numbered);
-    context->addRecent("Vodafone", "/uk ", context::RecentCaption::FolderAndName);
-    // They stand between the template and the separator before Exit.
-    QStringList fileMenu;
-    for (QAction* action : window.mnuFile->actions().mid(7))
-        fileMenu.append(action->isVisible() ? action->text() : "-");
-    EXPECT_EQ(fileMenu.join(u','), "-,&1 IBM,&2 IBM,/uk\\Vodafone,,&Exit");
-    const auto items = window.recentItems();
-    int openedIndex = 0;
-    window.setRecentOpener([&](int index) { openedIndex = index; });
-    items[1]->trigger();
-    EXPECT_EQ(openedIndex, 2);
 }
 
 // The program folder is recorded, the recent list emptied, the options read (zero, silently, without the
@@ -140,44 +135,6 @@ TEST(MainWindowTest, StartUp)
     }
 }
 
-void showChild(app::frmMain& window, QWidget* child)
-{
-    QMdiSubWindow* frame = window.mdiArea()->addSubWindow(child);
-    frame->show();
-    window.mdiArea()->setActiveSubWindow(frame);
-}
-
-TEST(MainWindowTest, TheActiveChildsTitleAndStatusTextsFillThePanel)
-{
-    TestContext context;
-    context->settings->setValue(app::showTipsAtStartupKey(), "0");
-    app::frmMain window(context);
-    window.show();
-    auto* child = new QWidget;
-    child->setWindowTitle("IBM - Daily");
-    showChild(window, child);
-    window.Timer1_Timer();
-    EXPECT_EQ(window.panelText->text(), "IBM - Daily");
-    context->setStatusText("Download Progress.");
-    EXPECT_EQ(window.panelText->text(), "Download Progress.");
-}
-
-TEST(MainWindowTest, CloseAllKeepsTheMainWindowAndClosesEveryOtherWindow)
-{
-    TestContext context;
-    app::frmMain window(context);
-    window.show();
-    window.mdiArea()->addSubWindow(new QWidget)->show();
-    window.mdiArea()->addSubWindow(new QWidget)->show();
-    QWidget visible;
-    visible.show();
-    window.mnuCloseAll->trigger();
-    QApplication::processEvents();
-    EXPECT_TRUE(window.isVisible());
-    EXPECT_TRUE(window.mdiArea()->subWindowList().isEmpty());
-    EXPECT_FALSE(visible.isVisible());
-}
-
 TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
 {
     TestContext context;
@@ -198,8 +155,9 @@ TEST(MainWindowTest, HelpItemsOpenConfiguredAddressesOnly)
 
 // File, Open and toolbar button 3 open Open Security in data-sheet mode, File, Open Chart in chart mode;
 // each opening adds a recent item, and an item opens the data sheet of its security again. Copy to
-// Clipboard takes the selected rows of the active data sheet, and nothing while a chart is active.
-TEST(MainWindowTest, OpenSecurityOpensDataSheetsAndChartsWhoseRowsCopy)
+// Clipboard takes the selected rows of the active data sheet, and nothing while a chart is active; the
+// status panel shows the active child's title; Close All closes every window but the main one.
+TEST(MainWindowTest, ChildWindowsOpenCopyRowsShowTheirTitlesAndClose)
 {
     TestContext context;
     context->state.currentFolder = context.makeFolder("data");
@@ -242,6 +200,20 @@ TEST(MainWindowTest, OpenSecurityOpensDataSheetsAndChartsWhoseRowsCopy)
     window.mdiArea()->setActiveSubWindow(windows[3]);
     window.Toolbar1_ButtonClick(17);
     EXPECT_EQ(context.clipboard().content, "1/3/2005,1.00,2.00,0.50,1.50,100\r\n1/5/2005,1.00,2.00,0.50,1.50,100\r\n");
+
+    // The timer shows the active child's title, until a status text replaces it.
+    window.Timer1_Timer();
+    EXPECT_EQ(window.panelText->text(), "DataSheet of Alpha");
+    context->setStatusText("Download Progress.");
+    EXPECT_EQ(window.panelText->text(), "Download Progress.");
+    // Close All keeps the main window only.
+    QWidget other;
+    other.show();
+    window.mnuCloseAll->trigger();
+    QApplication::processEvents();
+    EXPECT_TRUE(window.isVisible());
+    EXPECT_TRUE(window.mdiArea()->subWindowList().isEmpty());
+    EXPECT_FALSE(other.isVisible());
 }
 
 // A missing file is explained and an empty one keeps the window's own text; every line of a file is a
