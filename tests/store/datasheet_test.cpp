@@ -31,7 +31,7 @@ using store_test::operator<<;
 const qint32 kDays[] = {20050103, 20050104, 20050105};
 
 // A folder with the securities Alpha (ALP), Beta (BET) and Gamma (GAM), each with the three bars of
-// kDays; Beta is weekly. Closes are 10.5, 11.5, 12.5.
+// kDays; Gamma is weekly. Closes are 10.5, 11.5, 12.5.
 class DataSheetTest : public ::testing::Test
 {
 protected:
@@ -41,7 +41,7 @@ protected:
         EXPECT_OK(writer.OpenFolder(folder));
         const char* const securities[][2] = {{"ALP", "Alpha"}, {"BET", "Beta"}, {"GAM", "Gamma"}};
         for (const auto& [symbol, name] : securities) {
-            EXPECT_OK(writer.CreateSecurity(symbol, name, QLatin1String(symbol) == u"BET" ? 2 : 1));
+            EXPECT_OK(writer.CreateSecurity(symbol, name, QLatin1String(symbol) == u"GAM" ? 2 : 1));
             double close = 10.5;
             for (qint32 day : kDays) {
                 EXPECT_OK(writer.AddBar(day, 0, close - 0.5, close + 1, close - 1, close, 1000, 0));
@@ -114,6 +114,12 @@ TEST_F(DataSheetTest, OpenListsTheFolderAndOpensWithTheSymbolListedLast)
     EXPECT_EQ(sheet().windowTitle(), "DataSheet of Alpha");
     EXPECT_EQ(QStringList({sheet().Text1->text(), sheet().Text2->text(), sheet().Text3->text()}),
               QStringList({folder, "Alpha", "GAM"}));
+    // The header shows the first and last dates and the periodicity, the table every bar, the newest current.
+    EXPECT_EQ(QStringList({sheet().Text4->text(), sheet().Text5->text(), sheet().Text6->text()}),
+              QStringList({"1/3/2005", "1/5/2005", "Weekly"}));
+    ASSERT_EQ(sheet().bars().rowCount(), 3);
+    EXPECT_EQ(row(sheet(), 2), QStringList({"1/5/2005", "12.00", "13.50", "11.50", "12.50", "1000"}));
+    EXPECT_EQ(sheet().ListView1->currentIndex().row(), 2);
     EXPECT_EQ(open.result(), QDialog::Accepted);
 
     for (const char* typed : {" Not Listed ", "Odd"}) {
@@ -156,22 +162,6 @@ TEST_F(DataSheetTest, BrowseAndEnterListAnotherFolder)
     open.Text1->setText(folder + "  ");
     open.Command3->click();
     EXPECT_EQ(context->state.currentFolder, folder);
-}
-
-// The header shows the first and last dates and the periodicity, the table every bar with the newest
-// current; a symbol the folder lacks gives an empty table and no message.
-TEST_F(DataSheetTest, SheetShowsTheHeaderAndEveryBarWithTheNewestCurrent)
-{
-    frmView view(context, folder, "Beta", "BET");
-    EXPECT_EQ(QStringList({view.Text4->text(), view.Text5->text(), view.Text6->text()}),
-              QStringList({"1/3/2005", "1/5/2005", "Weekly"}));
-    ASSERT_EQ(view.bars().rowCount(), 3);
-    EXPECT_EQ(row(view, 2), QStringList({"1/5/2005", "12.00", "13.50", "11.50", "12.50", "1000"}));
-    EXPECT_EQ(view.ListView1->currentIndex().row(), 2);
-
-    frmView unknown(context, folder, "Nothing", "NONE");
-    EXPECT_EQ(unknown.bars().rowCount(), 0);
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
 // The progress window's Cancel, pressed while the bars are read, keeps the rows read so far and the
@@ -268,10 +258,12 @@ TEST_F(DataSheetTest, InsertChangeAndDeleteWriteTheFolderAndTheSheet)
                            "Record Deleted."}));
 }
 
-// A failing write, for a symbol the folder lacks or a damaged data file, ends the action without a word
-// and without touching the folder, and leaves the folder free for the next writer.
+// A symbol the folder lacks shows an empty table. A failing write, for a symbol the folder lacks or a
+// damaged data file, ends the action without a word and without touching the folder, and leaves the
+// folder free for the next writer.
 TEST_F(DataSheetTest, FailedActionsChangeNothingAndLeaveTheFolderFree)
 {
+    EXPECT_EQ(frmView(context, folder, "Nothing", "NONE").bars().rowCount(), 0);
     frmView view(context, folder, "Alpha", "ALP");
     view.ListView1->setCurrentIndex(view.bars().index(0, 0));
     for (const char* symbol : {"NONE", "ALP"}) {
