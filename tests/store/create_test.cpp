@@ -42,7 +42,9 @@ protected:
     std::optional<int> closedWith;
 };
 
-// Create keeps the folder, the first date and the periodicity for the next security, and the window open.
+// Create keeps the folder, the first date and the periodicity for the next security, and the window
+// open. Typed symbols go in upper case, so "ibm" meets "IBM" and is refused; Enter in the Symbol box
+// creates, and a refusal clears the boxes as a creation does.
 TEST_F(CreateTest, CreatesEmptySecuritiesAndKeepsFolderDateAndPeriodicityForTheNext)
 {
     window.DTPicker1->setDate(QDate(2004, 3, 5));
@@ -53,6 +55,12 @@ TEST_F(CreateTest, CreatesEmptySecuritiesAndKeepsFolderDateAndPeriodicityForTheN
         fill(window.Text1->text(), QLatin1String(symbol).toString(), QLatin1String(symbol).toString());
         window.Command3->click();
     }
+    EXPECT_TRUE(context.prompter().prompts.isEmpty());
+    fill(window.Text1->text(), "Again", QString());
+    QTest::keyClicks(window.Text3, "ibm");
+    EXPECT_EQ(window.Text3->text(), "IBM");
+    QTest::keyClick(window.Text3, Qt::Key_Return);
+    EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
     EXPECT_EQ(store_test::listingOf(folder),
               QStringList({"IBM|Intl Business Machines|1|20040305", "VOD|VOD|2|20040305", "BHP|BHP|3|20040305"}));
     EXPECT_TRUE(store_test::barsOf(folder, "IBM").empty());
@@ -60,7 +68,6 @@ TEST_F(CreateTest, CreatesEmptySecuritiesAndKeepsFolderDateAndPeriodicityForTheN
     EXPECT_EQ(context->state.recent[0].caption, folder + "\\Intl Business Machines");
     EXPECT_TRUE(window.Text2->text().isEmpty() && window.Text3->text().isEmpty());
     EXPECT_FALSE(closedWith);
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
 // OK as well as Create: the user gets to correct the fields, and the missing folder is never asked about.
@@ -100,22 +107,6 @@ TEST_F(CreateTest, MissingFolderIsCreatedOnlyWhenTheAnswerIsYes)
               QStringList(2, "Directory Not Found.\nDo You Want Create It?"));
 }
 
-// Typed letters go in upper case, so "ibm" meets "IBM"; Enter in the Symbol box creates.
-TEST_F(CreateTest, ExistingSymbolIsRefusedAndTheBoxesClearedAsAfterACreation)
-{
-    for (const char* name : {"First", "Second"}) {
-        fill(folder, QString::fromLatin1(name), QString());
-        QTest::keyClicks(window.Text3, "ibm");
-        EXPECT_EQ(window.Text3->text(), "IBM");
-        QTest::keyClick(window.Text3, Qt::Key_Return);
-    }
-    EXPECT_EQ(context.prompter().messages(), QStringList{"Already Exists."});
-    EXPECT_EQ(store_test::listingOf(folder), QStringList{"IBM|First|1|20240614"});
-    EXPECT_EQ(context->state.recent.size(), 1);
-    EXPECT_TRUE(window.Text2->text().isEmpty() && window.Text3->text().isEmpty());
-    EXPECT_FALSE(closedWith);
-}
-
 // A failing component never stops the sequence nor shows anything: the recent entry is still added.
 TEST_F(CreateTest, DamagedFolderGivesNoMessageAndIsLeftAsItWas)
 {
@@ -128,12 +119,17 @@ TEST_F(CreateTest, DamagedFolderGivesNoMessageAndIsLeftAsItWas)
     EXPECT_TRUE(window.Text2->text().isEmpty());
 }
 
-// OK closes whatever the outcome once the fields are usable; every way out hands the folder on to the
-// next window, which starts from the program folder only while there is none.
+// Browse takes even a cancel. OK closes whatever the outcome once the fields are usable; every way out
+// hands the folder on to the next window, which starts from the program folder only while there is none.
 TEST_F(CreateTest, OkAndCloseLeaveTheTrimmedFolderAsTheSharedOne)
 {
     EXPECT_EQ(window.Text1->text(), context.programFolder());
     EXPECT_EQ(window.DTPicker1->date(), context->today());
+    context.prompter().folders = {folder};
+    window.Command1->click();
+    EXPECT_EQ(window.Text1->text(), folder);
+    window.Command1->click();
+    EXPECT_TRUE(window.Text1->text().isEmpty());
     fill(QStringLiteral(" %1/absent ").arg(folder), "IBM", "IBM");
     context.prompter().answers = {false};
     window.Command4->click(); // the folder question is answered No
@@ -145,15 +141,6 @@ TEST_F(CreateTest, OkAndCloseLeaveTheTrimmedFolderAsTheSharedOne)
     second.Text1->setText(folder);
     second.Command5->click();
     EXPECT_EQ(context->state.currentFolder, folder);
-}
-
-TEST_F(CreateTest, BrowseTakesEvenACancel)
-{
-    context.prompter().folders = {folder};
-    window.Command1->click();
-    EXPECT_EQ(window.Text1->text(), folder);
-    window.Command1->click();
-    EXPECT_TRUE(window.Text1->text().isEmpty());
 }
 
 TEST_F(CreateTest, LookupFillsNameAndSymbolAndItsCloseLeavesThem)
