@@ -186,33 +186,6 @@ TEST_F(DataSheetTest, CancelledLoadingKeepsAPartialTable)
     EXPECT_EQ(view.Text5->text(), "2/28/2005");
 }
 
-// Apply with an empty box or a volume that is no number keeps the dialog open, and Close gives up; Insert
-// with a date the security has is refused. Nothing is written.
-TEST_F(DataSheetTest, IncompleteRecordsAndExistingDatesAreRefused)
-{
-    frmView view(context, folder, "Alpha", "ALP");
-    const auto before = store_test::snapshot(folder);
-    context.modalDrivers.push_back([](QDialog& dialog) {
-        auto& record = dynamic_cast<frmRecord&>(dialog);
-        record.Text1->setText("1");
-        record.Command1->click();
-        for (QLineEdit* box : {record.Text2, record.Text3, record.Text4})
-            box->setText("2");
-        record.Text5->setText("lots");
-        record.Command1->click();
-        EXPECT_FALSE(record.accepted);
-        record.Command2->click();
-        return record.result();
-    });
-    view.Command2->click();
-    applyRecord(QDate(2005, 1, 4), {"1", "2", "3", "4", "5"});
-    view.Command2->click();
-    EXPECT_EQ(
-        context.prompter().messages(),
-        QStringList({"Please Complete All Fields.", "The volume \"lots\" is not a number.", "Date Already Exist."}));
-    EXPECT_EQ(store_test::snapshot(folder), before);
-}
-
 // Insert writes a hand-entered bar (open interest -1). Change writes the values into the bar of the
 // dialog's date and into the selected row, which keeps its place and date even when the date is another
 // row's; its boxes start with the stored values. Delete removes the selected row only after Yes.
@@ -258,13 +231,35 @@ TEST_F(DataSheetTest, InsertChangeAndDeleteWriteTheFolderAndTheSheet)
                            "Record Deleted."}));
 }
 
-// A symbol the folder lacks shows an empty table. A failing write, for a symbol the folder lacks or a
-// damaged data file, ends the action without a word and without touching the folder, and leaves the
-// folder free for the next writer.
-TEST_F(DataSheetTest, FailedActionsChangeNothingAndLeaveTheFolderFree)
+// Apply with an empty box or a volume that is no number keeps the dialog open, and Close gives up; Insert
+// with a date the security has is refused. A symbol the folder lacks shows an empty table. A failing
+// write, for a symbol the folder lacks or a damaged data file, ends the action without a word. None of
+// them touches the folder, and the folder is left free for the next writer.
+TEST_F(DataSheetTest, RefusedAndFailedActionsChangeNothing)
 {
     EXPECT_EQ(frmView(context, folder, "Nothing", "NONE").bars().rowCount(), 0);
     frmView view(context, folder, "Alpha", "ALP");
+    const auto original = store_test::snapshot(folder);
+    context.modalDrivers.push_back([](QDialog& dialog) {
+        auto& record = dynamic_cast<frmRecord&>(dialog);
+        record.Text1->setText("1");
+        record.Command1->click();
+        for (QLineEdit* box : {record.Text2, record.Text3, record.Text4})
+            box->setText("2");
+        record.Text5->setText("lots");
+        record.Command1->click();
+        EXPECT_FALSE(record.accepted);
+        record.Command2->click();
+        return record.result();
+    });
+    view.Command2->click();
+    applyRecord(QDate(2005, 1, 4), {"1", "2", "3", "4", "5"});
+    view.Command2->click();
+    EXPECT_EQ(
+        context.prompter().messages(),
+        QStringList({"Please Complete All Fields.", "The volume \"lots\" is not a number.", "Date Already Exist."}));
+    EXPECT_EQ(store_test::snapshot(folder), original);
+    context.prompter().prompts.clear();
     view.ListView1->setCurrentIndex(view.bars().index(0, 0));
     for (const char* symbol : {"NONE", "ALP"}) {
         view.Text3->setText(QLatin1String(symbol));
