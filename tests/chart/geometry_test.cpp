@@ -57,6 +57,27 @@ public:
         return found;
     }
 
+    // The shapes of the bars themselves, neither axes, grid nor labels, at whole twips: "line x,y x,y" with
+    // " white" for a blanking line, "hollow x,y x,y" and "filled x,y x,y" for candle bodies.
+    QString bars() const
+    {
+        static const char* const kinds[] = {"line", "hollow", "filled"};
+        QStringList texts;
+        for (size_t i = 2; i < shapes.size(); ++i) {
+            const Shape& s = shapes[i];
+            if (s.kind == Shape::Text || s.colour == chart::kGridColour)
+                continue;
+            texts << QStringLiteral("%1 %2,%3 %4,%5%6")
+                         .arg(kinds[s.kind])
+                         .arg(qRound(s.from.x()))
+                         .arg(qRound(s.from.y()))
+                         .arg(qRound(s.to.x()))
+                         .arg(qRound(s.to.y()))
+                         .arg(s.colour == chart::kBackground ? " white" : "");
+        }
+        return texts.join(u'\n');
+    }
+
     std::vector<Shape> shapes;
 };
 
@@ -117,50 +138,29 @@ TEST(ChartGeometryTest, GridOfWideRanges)
     EXPECT_EQ(draw({bar(1, 1e9, 1, 1)}).shapes.size(), 2u);
 }
 
-// The first segment runs flat from x 10 into the first close; the next one climbs to the second close.
-TEST(ChartGeometryTest, LineStartsWithAFlatSegment)
+// Prices 98 to 102 here span 97 to 103 (97 to 102 for the line): a unit is 959 twips, 1439 for the line.
+// The line's first segment runs flat from x 10 into the first close. A bar has its open tick left, its
+// close tick right. A candle's body is hollow when the close is at or above the open, filled when below,
+// and the wick is blanked in white inside the body first.
+TEST(ChartGeometryTest, EachStyleDrawsItsBars)
 {
-    const RecordingCanvas canvas = draw({bar(100, 101, 99, 100), bar(100, 101, 99, 101)});
-    const std::vector<Shape> lines = canvas.of(Shape::Line);
-    ASSERT_EQ(lines.size(), 4u);
-    const float step = kPlotRight / 4;
-    const float unit = kPlotBottom / 4; // 98 to 102
-    EXPECT_EQ(lines[2].from, QPointF(10, lines[2].to.y()));
-    EXPECT_FLOAT_EQ(lines[2].to.x(), 10 + step);
-    EXPECT_NEAR(lines[2].to.y(), kPlotBottom - 2 * unit, 0.01);
-    EXPECT_EQ(lines[3].from, lines[2].to);
-    EXPECT_NEAR(lines[3].to.y(), kPlotBottom - 3 * unit, 0.01);
-}
-
-TEST(ChartGeometryTest, BarHasOpenTickLeftAndCloseTickRight)
-{
-    const RecordingCanvas canvas = draw({bar(100, 102, 98, 101)}, ChartStyle::Bar);
-    const std::vector<Shape> lines = canvas.of(Shape::Line);
-    ASSERT_EQ(lines.size(), 5u);
-    const float x = 10 + kPlotRight / 3;
-    EXPECT_TRUE(lines[2].from.x() == x && lines[2].to.x() == x);
-    EXPECT_LT(lines[2].from.y(), lines[2].to.y()); // high above low
-    EXPECT_TRUE(lines[3].to.x() == x - 50 && lines[4].to.x() == x + 50);
-    EXPECT_LT(lines[4].from.y(), lines[3].from.y()); // close above open
-}
-
-// A body is hollow when the close is at or above the open, filled when below; the wick is blanked in white
-// inside the body first.
-TEST(ChartGeometryTest, CandleBodies)
-{
-    const RecordingCanvas canvas =
-        draw({bar(100, 102, 98, 101), bar(100, 102, 98, 100), bar(101, 102, 98, 100)}, ChartStyle::Candle);
-    EXPECT_EQ(canvas.of(Shape::HollowBox).size(), 2u);
-    ASSERT_EQ(canvas.of(Shape::FilledBox).size(), 1u);
-    const Shape filled = canvas.of(Shape::FilledBox).front();
-    EXPECT_EQ(filled.to.x() - filled.from.x(), 30);
-    EXPECT_EQ(canvas.of(Shape::Line, chart::kBackground).size(), 3u);
-    const std::vector<Shape>& shapes = canvas.shapes;
-    const auto blank = std::find_if(shapes.begin(), shapes.end(), [](const Shape& s) {
-        return s.kind == Shape::Line && s.colour == chart::kBackground;
-    });
-    EXPECT_EQ((blank - 1)->colour, chart::kForeground); // the wick
-    EXPECT_EQ((blank + 1)->kind, Shape::HollowBox);
+    EXPECT_EQ(draw({bar(100, 101, 99, 100), bar(100, 101, 99, 101)}).bars(),
+              "line 10,2878 2889,2878\n"
+              "line 2889,2878 5768,1439");
+    EXPECT_EQ(draw({bar(100, 102, 98, 101)}, ChartStyle::Bar).bars(),
+              "line 3848,959 3848,4796\n"
+              "line 3848,2878 3798,2878\n"
+              "line 3848,1918 3898,1918");
+    EXPECT_EQ(draw({bar(100, 102, 98, 101), bar(100, 102, 98, 100), bar(101, 102, 98, 100)}, ChartStyle::Candle).bars(),
+              "line 2313,959 2313,4796\n"
+              "line 2313,2878 2313,1918 white\n"
+              "hollow 2298,2878 2328,1918\n"
+              "line 4616,959 4616,4796\n"
+              "line 4616,2878 4616,2878 white\n"
+              "hollow 4601,2878 4631,2878\n"
+              "line 6919,959 6919,4796\n"
+              "line 6919,1918 6919,2878 white\n"
+              "filled 6904,1918 6934,2878");
 }
 
 // The first date at x 10, one every 25 bars starting at the bar before, and the last date as stored
