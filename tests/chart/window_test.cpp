@@ -18,46 +18,43 @@ namespace {
 const QLocale kEnglish(QLocale::English, QLocale::UnitedStates);
 
 // Prices come back rounded to cents, volumes to whole numbers with halves to the even neighbour, dates
-// as the locale's short date.
-TEST(ReadChartBarsTest, ReadsEveryBarRounded)
+// as the locale's short date; the progress window goes with its owner. Cancel in the progress window, as
+// soon as it shows, ends the read after the bar being read and closes the window.
+TEST(ReadChartBarsTest, ReadsEveryBarRoundedUnlessCancelled)
 {
     TestContext context;
     const QString folder = context.makeFolder("data");
     chart_test::writeSecurity(folder,
                               std::vector<store::PriceBar>{{20050103, 0, 10.004, 10.5, 9.996, 10.125, 1500.5, 0},
                                                            {20050104, 0, 11, 12, 10, 11, 2500.5, 0}});
-    store::ProgressWindow progress(store::ProgressWindow::Display::Silent);
+    store::ProgressWindow silent(store::ProgressWindow::Display::Silent);
     std::vector<ChartBar> bars;
-    ASSERT_EQ(chart::readChartBars(" " + folder + " ", " x ", kEnglish, progress, bars), chart::ReadOutcome::Read);
+    ASSERT_EQ(chart::readChartBars(" " + folder + " ", " x ", kEnglish, silent, bars), chart::ReadOutcome::Read);
     ASSERT_EQ(bars.size(), 2u);
-    EXPECT_EQ(bars[0].date, "1/3/2005");
-    EXPECT_EQ(bars[0].yyyymmdd, 20050103);
-    EXPECT_EQ(bars[0].open, 10.0);
-    EXPECT_EQ(bars[0].low, 10.0);
-    EXPECT_EQ(bars[0].close, 10.13);
-    EXPECT_EQ(bars[0].volume, 1500);
-    EXPECT_EQ(bars[1].volume, 2500);
-    EXPECT_EQ(progress.state().value, 2);
-    EXPECT_TRUE(progress.state().visible); // only a cancel closes it; otherwise it goes with its owner
-}
+    const ChartBar& first = bars[0];
+    EXPECT_EQ(QStringList({first.date,
+                           QString::number(first.yyyymmdd),
+                           QString::number(first.open),
+                           QString::number(first.low),
+                           QString::number(first.close),
+                           QString::number(first.volume),
+                           QString::number(bars[1].volume)}),
+              QStringList({"1/3/2005", "20050103", "10", "10", "10.13", "1500", "2500"}));
+    EXPECT_TRUE(silent.state().value == 2 && silent.state().visible);
 
-// Cancel in the progress window, as soon as it shows, ends the read after the bar being read and closes it.
-TEST(ReadChartBarsTest, CancelStopsReading)
-{
-    TestContext context;
-    const QString folder = context.makeFolder("data");
-    chart_test::writeSecurity(folder, chart_test::bars(50));
-    store::ProgressWindow progress(store::ProgressWindow::Display::Window);
+    const QString longer = context.makeFolder("longer");
+    chart_test::writeSecurity(longer, chart_test::bars(50));
+    store::ProgressWindow shown(store::ProgressWindow::Display::Window);
     QTimer::singleShot(0, [] {
         for (QWidget* window : QApplication::topLevelWidgets()) {
             if (auto* dialog = qobject_cast<QProgressDialog*>(window))
                 dialog->cancel();
         }
     });
-    std::vector<ChartBar> bars;
-    EXPECT_EQ(chart::readChartBars(folder, "X", kEnglish, progress, bars), chart::ReadOutcome::Cancelled);
+    bars.clear();
+    EXPECT_EQ(chart::readChartBars(longer, "X", kEnglish, shown, bars), chart::ReadOutcome::Cancelled);
     EXPECT_LT(bars.size(), 50u);
-    EXPECT_FALSE(progress.state().visible);
+    EXPECT_FALSE(shown.state().visible);
 }
 
 class ChartWindowTest : public ::testing::Test
