@@ -141,37 +141,32 @@ TEST_F(LookupTest, SingleChoiceHandsBackTheChosenRowOrNothing)
     EXPECT_EQ(items(frmLookup(context).Combo1), QStringList{"All"}) << "the empty list";
 }
 
+// Rows chosen fill the shared lists, trimmed and in list order; Close keeps the last choice, and OK
+// without a choice empties them.
 TEST_F(LookupTest, MultipleChoiceFillsTheSharedListsInListOrder)
 {
     insert(" Aaa Padded ", " AAP ", "XETRA");
     auto& state = context->state;
     state.lookupNames = QStringList{"stale"};
     state.lookupSymbols = QStringList{"STALE"};
-    {
+    QStringList expected;
+    for (const QString how : {"ok", "close", "nothing chosen"}) {
         frmLookup lookup(context);
         lookup.setMultipleChoice(true);
         choose(lookup.Combo1, "XETRA");
-        lookup.ListView1->topLevelItem(4)->setSelected(true);
-        lookup.ListView1->topLevelItem(0)->setSelected(true);
-        const QStringList names = column(lookup.ListView1, 0);
-        const QStringList symbolsListed = column(lookup.ListView1, 1);
-        lookup.Command1->click();
-        EXPECT_EQ(state.lookupNames + state.lookupSymbols,
-                  (QStringList{"Aaa Padded", names[4], "AAP", symbolsListed[4]}));
+        if (how == u"ok") {
+            lookup.ListView1->topLevelItem(4)->setSelected(true);
+            lookup.ListView1->topLevelItem(0)->setSelected(true);
+            expected = {"Aaa Padded", column(lookup.ListView1, 0)[4], "AAP", column(lookup.ListView1, 1)[4]};
+        } else if (how == u"close") {
+            lookup.ListView1->topLevelItem(1)->setSelected(true);
+        } else {
+            expected.clear();
+        }
+        (how == u"close" ? lookup.Command3 : lookup.Command1)->click();
+        EXPECT_EQ(state.lookupNames + state.lookupSymbols, expected) << qPrintable(how);
         EXPECT_EQ(lookup.selectedSecurity(), QString());
     }
-    const QStringList chosen = state.lookupNames;
-    {
-        frmLookup lookup(context);
-        lookup.setMultipleChoice(true);
-        lookup.ListView1->topLevelItem(1)->setSelected(true);
-        lookup.Command3->click();
-        EXPECT_EQ(state.lookupNames, chosen) << "Close keeps the last choice";
-    }
-    frmLookup lookup(context);
-    lookup.setMultipleChoice(true);
-    lookup.Command1->click();
-    EXPECT_TRUE(state.lookupNames.isEmpty() && state.lookupSymbols.isEmpty());
 }
 
 // Add New asks for the fields while all are empty. An entry of the exchange alone is stored with empty
