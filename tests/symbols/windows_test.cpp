@@ -65,7 +65,8 @@ void expectSorted(QTreeWidget* list)
     }
 }
 
-// An exchange with a quote in its name shows the engine's error, and the window goes on.
+// "All" and then every exchange of the rows, in order, and the rows sorted by exchange and name; an
+// exchange with a quote in its name shows the engine's error when chosen, and the window goes on.
 TEST_F(LookupTest, ListsTheCatalogueByExchangeAndFiltersByExchange)
 {
     insert("Quoted Ltd.", "QTD", "Hang Seng''s");
