@@ -66,17 +66,6 @@ TEST_F(SymbolsTest, PasswordComesFromTheConnectTextAndAWrongOneFailsAtOpen)
     EXPECT_FALSE(openError(file(), QString()).isEmpty());
 }
 
-// Reading and writing the options is covered by the settings and start-up tests of the app. Without its
-// row the table is not repaired: the caller gets the failure.
-TEST_F(SymbolsTest, OptionsWithoutTheSettingsRowFail)
-{
-    run({"delete from settings"});
-    EXPECT_THROW(symbols::writeOptions(context, {0, 1}), DatabaseError);
-    EXPECT_THROW(symbols::readOptions(context), DatabaseError);
-    Database database(file(), symbols::kConnect);
-    EXPECT_EQ(database.openTable("settings").recordCount(), 0);
-}
-
 TEST_F(SymbolsTest, SysIsRewrittenInOrderWithTrimmedEntriesAndCanBeEmptied)
 {
     symbols::writeSys(context, {"  /data/us ", "/data/india", "/data/us"});
@@ -87,7 +76,9 @@ TEST_F(SymbolsTest, SysIsRewrittenInOrderWithTrimmedEntriesAndCanBeEmptied)
     EXPECT_TRUE(symbols::readSys(context).isEmpty());
 }
 
-TEST_F(SymbolsTest, MisusedRecordsetsFailWithAClearErrorInsteadOfCrashing)
+// Reading and writing the options is covered by the settings and start-up tests of the app; without its
+// row the settings table is not repaired, and the caller gets the failure.
+TEST_F(SymbolsTest, MisusedRecordsetsAndAMissingSettingsRowFailWithAClearError)
 {
     Database database(file(), symbols::kConnect);
     symbols::Recordset settings = database.openTable(symbols::sql::kSettingsTable);
@@ -97,28 +88,11 @@ TEST_F(SymbolsTest, MisusedRecordsetsFailWithAClearErrorInsteadOfCrashing)
     EXPECT_THROW(rows.edit(), DatabaseError) << "a query knows no row to edit";
     database.close();
     EXPECT_THROW(settings.addNew(), DatabaseError) << "the database is closed";
-}
 
-// Each fault names its line.
-TEST(CatalogueTest, ParseErrorsNameTheLineAndTheFault)
-{
-    QStringList errors;
-    for (const char* text : {"# c\nIBM | IBM",
-                             "[NYSE]\nIBM IBM",
-                             "[NYSE]\nBRK B | Berkshire",
-                             "[NYSE]\nIBM | A\n\n[NYSE]\nIBM | B\nIBM | C"}) {
-        try {
-            symbols::parseCatalogue(QString::fromUtf8(text));
-            errors << "accepted";
-        } catch (const symbols::CatalogueError& error) {
-            errors << error.what();
-        }
-    }
-    EXPECT_EQ(errors,
-              QStringList({"line 2: a security comes before the first [Exchange name] heading",
-                           "line 2: expected \"SYMBOL | Security name\"",
-                           "line 2: the symbol \"BRK B\" holds a blank",
-                           "line 5: IBM is listed twice under NYSE"}));
+    run({"delete from settings"});
+    EXPECT_THROW(symbols::writeOptions(context, {0, 1}), DatabaseError);
+    EXPECT_THROW(symbols::readOptions(context), DatabaseError);
+    EXPECT_EQ(Database(file(), symbols::kConnect).openTable("settings").recordCount(), 0);
 }
 
 } // namespace
