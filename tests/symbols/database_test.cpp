@@ -95,4 +95,26 @@ TEST_F(SymbolsTest, MisusedRecordsetsAndAMissingSettingsRowFailWithAClearError)
     EXPECT_EQ(Database(file(), symbols::kConnect).openTable("settings").recordCount(), 0);
 }
 
+// Each fault names its line.
+TEST(CatalogueTest, ParseErrorsNameTheLineAndTheFault)
+{
+    QStringList errors;
+    for (const char* text : {"# c\nIBM | IBM",
+                             "[NYSE]\nIBM IBM",
+                             "[NYSE]\nBRK B | Berkshire",
+                             "[NYSE]\nIBM | A\n\n[NYSE]\nIBM | B\nIBM | C"}) {
+        try {
+            symbols::parseCatalogue(QString::fromUtf8(text));
+            errors << "accepted";
+        } catch (const symbols::CatalogueError& error) {
+            errors << error.what();
+        }
+    }
+    EXPECT_EQ(errors,
+              QStringList({"line 2: a security comes before the first [Exchange name] heading",
+                           "line 2: expected \"SYMBOL | Security name\"",
+                           "line 2: the symbol \"BRK B\" holds a blank",
+                           "line 5: IBM is listed twice under NYSE"}));
+}
+
 } // namespace
