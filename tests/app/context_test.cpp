@@ -1,4 +1,5 @@
 #include "app/frmsettings.h"
+#include "app/frmtip.h"
 #include "symbols/installation.h"
 #include "symbols/symbolsdb.h"
 #include "testcontext.h"
@@ -8,6 +9,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
+#include <QPushButton>
 #include <QSettings>
 #include <QSlider>
 
@@ -86,10 +88,17 @@ TEST_F(InstallationTest, AMissingOrDamagedTemplateIsReportedAndNeverCopied)
         EXPECT_TRUE(problem.contains(templateFile) && problem.contains("Reinstall")) << problem.toStdString();
         EXPECT_FALSE(QFileInfo::exists(userCopy));
     }
+    // The settings window explains why its options cannot be read, shows the engine's error and saves
+    // nothing.
     context->setupProblem = locate().problem;
-    app::frmSettings settings(context); // explains why its options cannot be read
+    app::frmSettings settings(context);
     EXPECT_FALSE(settings.lblSetupProblem->isHidden());
     EXPECT_EQ(settings.lblSetupProblem->text(), context->setupProblem);
+    EXPECT_EQ(context.prompter().messages().size(), 1);
+    settings.Command1->click();
+    EXPECT_EQ(context.prompter().messages().size(), 2);
+    EXPECT_NE(settings.result(), int(QDialog::Accepted));
+    EXPECT_FALSE(context->settings->contains(app::showTipsAtStartupKey()));
 }
 
 TEST_F(InstallationTest, TheHomeVariableAndTheBuildTreeKeepEverythingInOneFolder)

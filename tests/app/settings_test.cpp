@@ -92,17 +92,6 @@ TEST_F(SettingsTest, AnUnusableAddressIsRefusedAndNothingSaved)
     EXPECT_TRUE(context->settings->allKeys().isEmpty());
 }
 
-TEST(SettingsWithoutDatabaseTest, ShowsTheEnginesErrorAndSavesNothing)
-{
-    TestContext context;
-    app::frmSettings settings(context);
-    ASSERT_EQ(context.prompter().messages().size(), 1);
-    settings.Command1->click();
-    EXPECT_EQ(context.prompter().messages().size(), 2);
-    EXPECT_NE(settings.result(), int(QDialog::Accepted));
-    EXPECT_FALSE(context->settings->contains(app::showTipsAtStartupKey()));
-}
-
 // The quote source: the choice, its key and the fallbacks are kept (the file readable by its owner
 // alone), and "Test" shows what the source sent.
 TEST_F(SettingsTest, KeepsTheQuoteSourceItsKeyAndFallbacksAndTestsTheSource)
