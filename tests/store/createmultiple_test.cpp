@@ -63,12 +63,19 @@ TEST_F(CreateMultipleTest, CreatesEveryRowItCanAndNamesTheOthers)
     EXPECT_EQ(context.prompter().messages().size(), 5);
 }
 
+// A folder browsed for gets a separator at its end, a cancelled choice leaves the box empty, not "/".
 // Nothing is written without a folder, or when the user does not want it created; an empty list in a
 // folder still ends with the run's message.
 TEST_F(CreateMultipleTest, NoFolderOrARefusedOneWritesNothing)
 {
     frmCreateMultiple window(context);
     EXPECT_EQ(window.Text1->text(), context.programFolder());
+    context.prompter().folders = {folder, folder + "/", QString()};
+    for (const QString& expected : {folder + "/", folder + "/", QString()}) {
+        window.Command1->click();
+        EXPECT_EQ(window.Text1->text(), expected);
+    }
+    context.prompter().prompts.clear();
     const QString missing = folder + "/new";
     context.prompter().answers = {false};
     for (const QString& text : {QStringLiteral(" "), missing, folder}) {
@@ -83,17 +90,6 @@ TEST_F(CreateMultipleTest, NoFolderOrARefusedOneWritesNothing)
         store_test::promptTexts(context.prompter()),
         QStringList(
             {"Please give the Folder.", "Directory Not Found.\nDo You Want Create It?", "Securities are created."}));
-}
-
-// The chosen folder gets a separator at its end; a cancelled choice leaves the box empty, not "/".
-TEST_F(CreateMultipleTest, BrowseEndsTheFolderWithASeparator)
-{
-    frmCreateMultiple window(context);
-    context.prompter().folders = {folder, folder + "/", QString()};
-    for (const QString& expected : {folder + "/", folder + "/", QString()}) {
-        window.Command1->click();
-        EXPECT_EQ(window.Text1->text(), expected);
-    }
 }
 
 // The lookup opens for several entries; a name the list has already is not added again, also when the
