@@ -88,9 +88,15 @@ TEST_F(AdjustWindowsTest, ChangeRenamesTheClickedSecurityAndDeleteTakesTheSymbol
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 }
 
-// The folder chooser offers the root and the home folder; one without securities disables Delete.
+// Delete before removes the bars up to the date, even from an index without a first date (0); removing
+// them all leaves the index dates at the newest bar removed, so a download continues after it. The folder
+// chooser offers the root and the home folder; one without securities disables Delete.
 TEST_F(AdjustWindowsTest, DeleteBeforeRemovesUpToTheDateAndDeleteAfterNothing)
 {
+    QByteArray master = store_test::readFile(folder + "/MASTER");
+    master.replace(53 + 25, 4, QByteArray(4, '\0'));
+    store_test::writeFile(folder + "/MASTER", master);
+    ASSERT_EQ(securitiesOf(folder).at(0).firstDate, 0);
     store::frmDeleteData window(context);
     EXPECT_TRUE(window.Command1->isEnabled());
     click(*window.List1, 0);
@@ -103,6 +109,11 @@ TEST_F(AdjustWindowsTest, DeleteBeforeRemovesUpToTheDateAndDeleteAfterNothing)
     window.Option1->setChecked(true);
     window.Command1->click();
     EXPECT_EQ(store_test::barDatesOf(folder, "ABC"), (std::vector<qint32>{20240104, 20240105}));
+    window.DTPicker1->setDate(QDate(2024, 1, 5));
+    window.Command1->click();
+    EXPECT_TRUE(store_test::barDatesOf(folder, "ABC").empty());
+    const store::SecurityDescriptor emptied = securitiesOf(folder).at(0);
+    EXPECT_EQ(QList<qint32>({emptied.firstDate, emptied.lastDate}), QList<qint32>({20240105, 20240105}));
     EXPECT_TRUE(context.prompter().prompts.isEmpty());
 
     QComboBox& drives = *window.folders->Drive1;
@@ -113,24 +124,6 @@ TEST_F(AdjustWindowsTest, DeleteBeforeRemovesUpToTheDateAndDeleteAfterNothing)
     EXPECT_EQ(window.folders->path(), QDir::rootPath());
     EXPECT_EQ(window.List1->count(), 0);
     EXPECT_FALSE(window.Command1->isEnabled());
-}
-
-// An index without a first date (0) still has the bars up to the date removed; removing them all
-// leaves the dates at the newest bar removed, so a download continues after it.
-TEST_F(AdjustWindowsTest, UnknownFirstDateStillRemovesAndAnEmptiedSecurityKeepsItsLastDate)
-{
-    QByteArray master = store_test::readFile(folder + "/MASTER");
-    master.replace(53 + 25, 4, QByteArray(4, '\0'));
-    store_test::writeFile(folder + "/MASTER", master);
-    ASSERT_EQ(securitiesOf(folder).at(0).firstDate, 0);
-
-    store::frmDeleteData window(context);
-    click(*window.List1, 0);
-    window.Command1->click();
-    EXPECT_TRUE(store_test::barDatesOf(folder, "ABC").empty());
-    const store::SecurityDescriptor emptied = securitiesOf(folder).at(0);
-    EXPECT_EQ(emptied.firstDate, 20240105);
-    EXPECT_EQ(emptied.lastDate, 20240105);
 }
 
 } // namespace
