@@ -129,19 +129,15 @@ TEST(ChartGeometryTest, GridAndPriceLabels)
         }
     }
     EXPECT_EQ(prices, QStringList({"98", "108", "118", "128", "131"}));
-}
-
-// Sixty thousand units get a grid line each; a range too wide to count stops after the axes.
-TEST(ChartGeometryTest, GridOfWideRanges)
-{
+    // Sixty thousand units get a grid line each; a range too wide to count stops after the axes.
     EXPECT_EQ(draw({bar(1, 60000, 1, 1)}).of(Shape::Line, chart::kGridColour).size(), 60001u);
     EXPECT_EQ(draw({bar(1, 1e9, 1, 1)}).shapes.size(), 2u);
 }
 
-// Prices 98 to 102 here span 97 to 103 (97 to 102 for the line): a unit is 959 twips, 1439 for the line.
-// The line's first segment runs flat from x 10 into the first close. A bar has its open tick left, its
-// close tick right. A candle's body is hollow when the close is at or above the open, filled when below,
-// and the wick is blanked in white inside the body first.
+// The line's prices 99 to 101 span 98 to 102, a unit of 1439 twips; the others' 98 to 102 span 97 to 103,
+// a unit of 959 twips. The line's first segment runs flat from x 10 into the first close. A bar has its open tick left,
+// its close tick right. A candle's body is hollow when the close is at or above the open, filled when below, and the
+// wick is blanked in white inside the body first.
 TEST(ChartGeometryTest, EachStyleDrawsItsBars)
 {
     EXPECT_EQ(draw({bar(100, 101, 99, 100), bar(100, 101, 99, 101)}).bars(),
@@ -165,7 +161,7 @@ TEST(ChartGeometryTest, EachStyleDrawsItsBars)
 
 // The first date at x 10, one every 25 bars starting at the bar before, and the last date as stored
 // 700 twips left of the last bar.
-TEST(ChartGeometryTest, DateLabels)
+TEST(ChartGeometryTest, DateLabelsAndTheirShortForm)
 {
     // The texts on the plot's bottom line left of the price axis, at x rounded: step is 11515 / 62.
     QStringList dates;
@@ -174,11 +170,7 @@ TEST(ChartGeometryTest, DateLabels)
             dates << QStringLiteral("%1@%2").arg(text.text).arg(qRound(text.from.x()));
     }
     EXPECT_EQ(dates.join(u' '), "3/1/05@10 27/1/05@4467 21/2/05@9111 3/3/2005@10454");
-}
-
-// Day, month and two-digit year; the stored text for what is no date.
-TEST(ChartGeometryTest, ShortDateLabels)
-{
+    // Day, month and two-digit year; the stored text for what is no date.
     const auto label = [](qint32 day, const char* separator) {
         return chart::shortDateLabel(day, QLatin1String(separator), QStringLiteral("stored"));
     };
