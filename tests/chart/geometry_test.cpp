@@ -134,10 +134,10 @@ TEST(ChartGeometryTest, GridAndPriceLabels)
     EXPECT_EQ(draw({bar(1, 1e9, 1, 1)}).shapes.size(), 2u);
 }
 
-// The line's prices 99 to 101 span 98 to 102, a unit of 1439 twips; the others' 98 to 102 span 97 to 103,
-// a unit of 959 twips. The line's first segment runs flat from x 10 into the first close. A bar has its open tick left,
-// its close tick right. A candle's body is hollow when the close is at or above the open, filled when below, and the
-// wick is blanked in white inside the body first.
+// The line's prices 99 to 101 span 98 to 102, a unit of 1439 twips; the others' 98 to 102 span 97 to
+// 103, a unit of 959 twips. The line's first segment runs flat from x 10 into the first close. A bar has
+// its open tick left, its close tick right. A candle's body is hollow when the close is at or above the
+// open, filled when below, and the wick is blanked in white inside the body first.
 TEST(ChartGeometryTest, EachStyleDrawsItsBars)
 {
     EXPECT_EQ(draw({bar(100, 101, 99, 100), bar(100, 101, 99, 101)}).bars(),
