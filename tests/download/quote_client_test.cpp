@@ -1,5 +1,5 @@
-// The quote clients: the requests they build and how they read replies, without a network and against
-// the local quote server, which also misbehaves.
+// The quote clients: the requests they build, how they read replies, and how they fail against the
+// local quote server when it misbehaves.
 
 #include "download/clsdailyquotes.h"
 #include "download/clsstockquote.h"
@@ -19,31 +19,13 @@ using download::clsStockQuote;
 using download::DailyQuotes;
 using download::HttpChannel;
 using download::HttpLimits;
-using download::QuoteService;
-using download::TransferReply;
 using testing_support::nameOf;
 using testing_support::PrintTo;
 using testing_support::QuoteServer;
 using Misbehaviour = QuoteServer::Misbehaviour;
 
 const QLocale English(QLocale::English, QLocale::UnitedStates);
-
-// Answers every request with reply and body, and keeps what was asked.
-class ScriptedChannel : public download::TransferChannel
-{
-public:
-    TransferReply get(QuoteService, const QString& pathAndQuery, download::BodyReader& reader) override
-    {
-        requests.append(pathAndQuery);
-        if (reply.ok)
-            (void)reader.read(body);
-        return reply;
-    }
-
-    TransferReply reply;
-    QByteArray body;
-    QStringList requests;
-};
+const QLocale German(QLocale::German, QLocale::Germany);
 
 struct StockQuoteCase
 {
@@ -63,8 +45,6 @@ TEST_P(StockQuoteParsingTest, ReadsTwelveFieldsWithoutDoubleQuotesAndGroupsANume
     EXPECT_EQ(fields, QLatin1String(GetParam().fields));
 }
 
-const QLocale German(QLocale::German, QLocale::Germany);
-
 INSTANTIATE_TEST_SUITE_P(
     Replies,
     StockQuoteParsingTest,
@@ -82,31 +62,6 @@ INSTANTIATE_TEST_SUITE_P(
         // A volume that is not a number is kept as it stands, line end included.
         StockQuoteCase{"QuotedVolume", "X,1,2,3,4,5,6,7,8,9,10,\"N/A\"\n", English, "X|1|2|3|4|5|6|7|8|9|10|N/A\n"}),
     nameOf<StockQuoteCase>);
-
-TEST(StockQuoteTest, AsksForTheSymbolAsGivenAndResetsOnFailure)
-{
-    ScriptedChannel channel;
-    channel.reply.ok = true;
-    channel.body = "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",1,2,3,4,5,6\n";
-    clsStockQuote quote(channel, English);
-    quote.setSymbol("^GSPC");
-    EXPECT_EQ(channel.requests.value(0), "/d/quotes.csv?s=^GSPC&f=sl1d1t1c1p2ohgbav&e=.csv");
-    EXPECT_EQ(quote.Symbol(), "IBM");
-
-    // Eleven fields, then a failed transfer: each resets what the previous, good reply had set.
-    const QByteArray good = channel.body;
-    for (const bool transferred : {true, false}) {
-        channel.reply = {true, {}, {}, 200, {}};
-        channel.body = good;
-        quote.setSymbol("IBM");
-        channel.reply = {transferred, transferred ? QString() : "Connection refused.", {}, transferred ? 200 : 0, {}};
-        channel.body = "\"MSFT\",1,2,3,4,5,6,7,8,9,10\n";
-        quote.setSymbol("MSFT");
-        EXPECT_EQ(QStringList(quote.values().begin(), quote.values().end()).join(u'|'),
-                  "MSFT|0.00|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A");
-        EXPECT_FALSE(quote.errorString().isEmpty());
-    }
-}
 
 TEST(DailyQuotesRequestTest, PutsTheEndDateFirstWithZeroBasedMonthsAndNoPadding)
 {
@@ -185,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(DailyQuotesParsingTest, ReadsNumbersWithAPointWhateverTheDefaultLocale)
 {
     const QLocale previous;
-    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    QLocale::setDefault(German);
     const auto parsed = download::parseDailyQuotes(withRow("2005-03-31,90.95,91.2,90.1,90.44,1500.5,90.44\n"));
     QLocale::setDefault(previous);
     ASSERT_EQ(parsed.rows.size(), 2);
@@ -210,21 +165,24 @@ TEST_P(MisbehaviourTest, EndsAsAFailureAndKeepsTheList)
 {
     QuoteServer server;
     server.symbol("IBM").history = QuoteServer::syntheticHistory(QDate(2005, 1, 3), QDate(2005, 3, 31));
-    server.slowDelay = std::chrono::milliseconds(5000);
-    server.misbehaviour = GetParam().misbehaviour;
     HttpLimits limits;
     // A server that answers gets far more time than it needs, even on a loaded machine.
     limits.timeout = std::chrono::milliseconds(GetParam().timesOut ? 1000 : 20000);
     limits.maxBodyBytes = GetParam().maxBodyBytes;
-    HttpChannel misbehaving({server.url(), server.url()}, limits);
+    HttpChannel channel({server.url(), server.url()}, limits);
+    // A good quote first: a failed one after it must not leave its values standing.
+    clsStockQuote quote(channel, English);
+    quote.setSymbol("IBM");
+    ASSERT_NE(quote.Opening(), u"N/A");
+
+    server.misbehaviour = GetParam().misbehaviour;
     DailyQuotes quotes = {{"before", 1, 1, 1, 1, 1}};
-    clsDailyQuotes client(misbehaving, quotes);
+    clsDailyQuotes client(channel, quotes);
     client.DownloadDailyQuotes("IBM", QDate(2005, 1, 3), QDate(2005, 3, 31));
     EXPECT_EQ(client.Status(), clsDailyQuotes::StatusNoData);
     EXPECT_EQ(quotes.size(), 1);
     EXPECT_TRUE(client.errorString().contains(QLatin1String(GetParam().reason))) << client.errorString().toStdString();
 
-    clsStockQuote quote(misbehaving, English);
     quote.setSymbol("IBM");
     EXPECT_EQ(!quote.errorString().isEmpty(), GetParam().quoteFails) << quote.errorString().toStdString();
     EXPECT_EQ(quote.Opening() == u"N/A", GetParam().quoteFails);
