@@ -376,40 +376,4 @@ INSTANTIATE_TEST_SUITE_P(
         DownloadCase{"eodhd", "AAPL", "/api/eod/AAPL.US", "eodhd/eod_AAPL.US_2018-01-01_2019-10-02.csv", 441}),
     nameOf<DownloadCase>);
 
-TEST_F(SourceClientTest, ListsTheSourcesWithoutTheirKeys)
-{
-    const download_test::CliRun run =
-        runCli(server, {"sources"}, false, {{"TICKSMITH_TIINGO_KEY", "hidden-key"}, {"TICKSMITH_SOURCE", "yahoo"}});
-    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_TRUE(run.out.contains(QLatin1String("yahoo\tchosen\tno key needed\thttps://query2.finance.yahoo.com")))
-        << run.out.toStdString();
-    EXPECT_TRUE(run.out.contains(QLatin1String("tiingo\t-\tkey set\thttps://api.tiingo.com")));
-    EXPECT_TRUE(run.out.contains(QLatin1String("eodhd\t-\tkey missing")));
-    EXPECT_FALSE(run.out.contains(QLatin1String("hidden-key")));
-
-    const download_test::CliRun unknown =
-        runCli(server, {"history", "IBM", "2024-01-02", "2024-01-05", "--source", "nowhere"});
-    EXPECT_EQ(unknown.exitCode, 2);
-    EXPECT_TRUE(unknown.err.contains(QLatin1String("\"nowhere\" is not a quote source")));
-}
-
-TEST_F(SourceClientTest, HistoryAndQuoteAskTheSourceNamed)
-{
-    if (!QFile::exists(Replies))
-        GTEST_SKIP() << "the recorded provider replies are not at hand";
-    server.canned["/v8/finance/chart/AAPL"] = {
-        {"200 OK", recorded("yahoo/chart_AAPL_2020-01-01_2020-01-03.json"), "text/plain", {}}};
-    const QMap<QString, QString> yahoo = {{"TICKSMITH_YAHOO_URL", server.url()}};
-    const download_test::CliRun history =
-        runCli(server, {"history", "AAPL", "2020-01-01", "2020-01-03", "--source", "yahoo"}, false, yahoo);
-    EXPECT_EQ(history.exitCode, 0) << history.err.toStdString();
-    EXPECT_TRUE(history.out.endsWith(QLatin1String("Status: 0\n1\t2020-01-02\t74.05999755859375\t75.1500015258789\t"
-                                                   "73.79750061035156\t75.0875015258789\t135480400\n")))
-        << history.out.toStdString();
-
-    const download_test::CliRun quote = runCli(server, {"quote", "AAPL", "--source", "yahoo"}, false, yahoo);
-    EXPECT_EQ(quote.exitCode, 0) << quote.err.toStdString();
-    EXPECT_TRUE(quote.out.startsWith(QLatin1String("Symbol: AAPL\nQuote: 222.5\n"))) << quote.out.toStdString();
-}
-
 } // namespace
