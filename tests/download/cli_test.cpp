@@ -29,10 +29,7 @@ protected:
     CliRun run(QStringList arguments)
     {
         arguments.replaceInStrings("FOLDER", folder);
-        return runCli(server,
-                      arguments,
-                      true,
-                      {{"TICKSMITH_TIINGO_URL", server.url()}, {"TICKSMITH_TIINGO_KEY", TiingoKey}});
+        return runCli(server, arguments, {{"TICKSMITH_TIINGO_URL", server.url()}, {"TICKSMITH_TIINGO_KEY", TiingoKey}});
     }
 
     QDate today = QDate::currentDate();

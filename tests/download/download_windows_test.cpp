@@ -293,7 +293,7 @@ TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
     runProgress();
     EXPECT_EQ(shown, (QStringList{"IBM|OK", "MSFT|No Data"}));
     EXPECT_TRUE(shownTips.value(1).contains("EODHD refused the API key")) << shownTips.value(1).toStdString();
-    EXPECT_EQ(barText(barsOf(folder, "IBM").value(4)), "20240607 11 13 10 12 600");
+    EXPECT_EQ(barText(barsOf(folder, "IBM").at(4)), "20240607 11 13 10 12 600");
     EXPECT_TRUE(historySymbols(server).isEmpty()) << "the classic service was asked";
 }
 

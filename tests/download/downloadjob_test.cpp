@@ -5,7 +5,6 @@
 #include "download/selection.h"
 #include "downloadfixture.h"
 #include "paramnames.h"
-#include "tests/store/storetest.h"
 
 namespace {
 
@@ -23,11 +22,11 @@ protected:
     // The item the selection makes of a security of the folder.
     context::DownloadItem item(const QString& symbol, const QString& in = {})
     {
-        const QList<store::PriceBar> bars = barsOf(in.isEmpty() ? folder : in, symbol);
-        EXPECT_FALSE(bars.isEmpty()) << symbol.toStdString();
+        const auto bars = barsOf(in.isEmpty() ? folder : in, symbol);
+        EXPECT_FALSE(bars.empty()) << symbol.toStdString();
         return *download::makeDownloadItem(symbol,
-                                           bars.isEmpty() ? 20240501 : bars.first().date,
-                                           bars.isEmpty() ? 20240501 : bars.last().date,
+                                           bars.empty() ? 20240501 : bars.front().date,
+                                           bars.empty() ? 20240501 : bars.back().date,
                                            in.isEmpty() ? folder : in,
                                            today);
     }
@@ -149,7 +148,7 @@ TEST_F(DownloadJobTest, RowsDatedAfterTodayAreLeftOutAndSaidSoSoTheSecurityIsNot
     server.symbol("IBM").historyBody = QuoteServer::historyCsv(newestFirst);
     const JobOutcome friday = run({item("IBM")});
     EXPECT_EQ(friday.results.value(0).reason, "3 rows dated after today were not written");
-    EXPECT_EQ(barsOf(folder, "IBM").constLast().date, 20240614);
+    EXPECT_EQ(barsOf(folder, "IBM").back().date, 20240614);
 
     today = Monday;
     server.symbol("IBM").historyBody.reset();
@@ -218,7 +217,7 @@ TEST_F(DownloadJobTest, ABarTheFolderCannotHoldStopsTheJobAndLeavesTheSecurityAs
 {
     addServed("IBM", QDate(2024, 6, 5));
     server.symbol("IBM").history[40].high = 1e40;
-    const QList<store::PriceBar> before = barsOf(folder, "IBM");
+    const auto before = barsOf(folder, "IBM");
 
     const JobOutcome outcome = run({item("IBM")});
     EXPECT_EQ(outcome.end, JobOutcome::End::Stopped);

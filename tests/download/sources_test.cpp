@@ -341,7 +341,6 @@ TEST_P(SourceDownloadTest, WritesTheSourcesBarsIntoAFolderThatChecks)
     const QString key = QStringLiteral("key-%1-4711").arg(c.what);
     const download_test::CliRun run = runCli(server,
                                              {"download", folder, "--source", QLatin1String(c.what)},
-                                             false,
                                              {{QStringLiteral("TICKSMITH_%1_URL").arg(upper), server.url()},
                                               {QStringLiteral("TICKSMITH_%1_KEY").arg(upper), key}});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
