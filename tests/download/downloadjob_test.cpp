@@ -22,13 +22,11 @@ protected:
     // The item the selection makes of a security of the folder.
     context::DownloadItem item(const QString& symbol, const QString& in = {})
     {
-        const auto bars = barsOf(in.isEmpty() ? folder : in, symbol);
-        EXPECT_FALSE(bars.empty()) << symbol.toStdString();
-        return *download::makeDownloadItem(symbol,
-                                           bars.empty() ? 20240501 : bars.front().date,
-                                           bars.empty() ? 20240501 : bars.back().date,
-                                           in.isEmpty() ? folder : in,
-                                           today);
+        const QString where = in.isEmpty() ? folder : in;
+        const auto bars = barsOf(where, symbol);
+        if (bars.empty())
+            throw std::runtime_error("no bars to download after");
+        return download::makeDownloadItem(symbol, bars.front().date, bars.back().date, where, today).value();
     }
 
     JobOutcome run(const QList<context::DownloadItem>& items, const DownloadOptions& options = {})
@@ -303,7 +301,6 @@ TEST_F(DownloadJobTest, ReportsTheSlowestRequestsSlowestFirst)
 
     const JobOutcome outcome = run({item("A"), item("B"), item("C")}, options);
     ASSERT_EQ(outcome.slowestRequests.size(), 3);
-    EXPECT_EQ(outcome.slowestRequests[0].symbol, "B");
     EXPECT_TRUE(outcome.slowestRequests[0].request.startsWith(server.url() + "/table.csv?s=B&"));
     const QString text = download::slowestRequestsText(outcome.slowestRequests);
     EXPECT_TRUE(text.startsWith("Slowest requests: B 0.")) << text.toStdString();

@@ -1,6 +1,6 @@
 // The quote sources: every recorded reply of the providers read into its rows and quote fields,
 // error answers recognised by their bodies, the symbol table, and the source client against the local
-// server (keys masked, rate limits, another symbol's data, fallback), then the whole download through
+// server (keys masked, rate limits, another symbol's data), then the whole download through
 // ticksmith-cli for each source.
 
 #include "download/sources/quotesource.h"
