@@ -50,9 +50,9 @@ INSTANTIATE_TEST_SUITE_P(
     StockQuoteParsingTest,
     testing::Values(
         StockQuoteCase{"Quoted",
-                       "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,90.5,1500\n",
+                       "\"X\",1,\"2\",\"3\",4,\"5%\",6,7,8,9,10,1500\n",
                        English,
-                       "IBM|90.44|3/31/2005|4:01pm|-0.51|-0.56%|90.95|91.2|90.1|N/A|90.5|1,500"},
+                       "X|1|2|3|4|5%|6|7|8|9|10|1,500"},
         StockQuoteCase{"Empty", "", English, ""},
         StockQuoteCase{"ElevenFields", "\"IBM\",90.44,a,b,c,d,e,f,g,h,i\n", English, ""},
         StockQuoteCase{"CrLf", "X,1,2,3,4,5,6,7,8,9,10,1500000\r\n", English, "X|1|2|3|4|5|6|7|8|9|10|1,500,000"},
@@ -86,8 +86,8 @@ struct HistoryCase
 {
     const char* what;
     QByteArray body;
-    bool ok;
-    qsizetype rows;
+    bool ok = false;
+    qsizetype rows = 0;
 };
 
 class DailyQuotesParsingTest : public testing::TestWithParam<HistoryCase>
@@ -114,27 +114,20 @@ TEST_P(DailyQuotesParsingTest, ReadsSevenTokensPerRowAfterTheHeader)
 INSTANTIATE_TEST_SUITE_P(
     Replies,
     DailyQuotesParsingTest,
-    testing::Values(
-        HistoryCase{"Empty", QByteArray(), false, 0},
-        HistoryCase{"HeaderAlone", "Date,Open,High,Low,Close,Volume,Adj Close\n", false, 0},
-        HistoryCase{"RowsEndingInLineFeed", ThreeRows + '\n', true, 3},
-        HistoryCase{"LastRowWithoutLineFeedIsDropped", ThreeRows, true, 2},
-        HistoryCase{"OneRowWithoutLineFeedReadsAsNone",
-                    "Date,Open,High,Low,Close,Volume,Adj Close\n2005-03-31,1,2,3,4,5,6",
-                    true,
-                    0},
-        HistoryCase{"CrLfLineEndsDrift", QByteArray(ThreeRows).replace("\n", "\r\n"), false, 0},
-        // Limits that keep a hostile reply from filling memory.
-        HistoryCase{"FieldBeyond255Bytes", withRow("2005-03-31," + QByteArray(300, '1') + ",2,3,4,5,6\n"), false, 0},
-        HistoryCase{"MoreRowsThanASecurityHolds",
-                    "Date,Open,High,Low,Close,Volume,Adj Close\n"
-                        + QByteArray("2005-03-31,1,2,3,4,5,6\n").repeated(65535),
-                    false,
-                    0},
-        // A bad row spoils the rows read before it too.
-        HistoryCase{"NonNumericPrice", withRow("2005-03-31,1,2,abc,4,5,6\n"), false, 0},
-        HistoryCase{"InfinitePrice", withRow("2005-03-31,1,2,3,inf,5,6\n"), false, 0},
-        HistoryCase{"VolumeBeyond32Bits", withRow("2005-03-31,1,2,3,4,2147483648,6\n"), false, 0}),
+    testing::Values(HistoryCase{"Empty", QByteArray()},
+                    HistoryCase{"HeaderAlone", "Date,Open,High,Low,Close,Volume,Adj Close\n"},
+                    HistoryCase{"RowsEndingInLineFeed", ThreeRows + '\n', true, 3},
+                    HistoryCase{"LastRowWithoutLineFeedIsDropped", ThreeRows, true, 2},
+                    HistoryCase{"OneRowWithoutLineFeedReadsAsNone", withRow("").chopped(1), true, 0},
+                    HistoryCase{"CrLfLineEndsDrift", QByteArray(ThreeRows).replace("\n", "\r\n")},
+                    // Limits that keep a hostile reply from filling memory.
+                    HistoryCase{"FieldBeyond255Bytes", withRow("2005-03-31," + QByteArray(300, '1') + ",2,3,4,5,6\n")},
+                    HistoryCase{"MoreRowsThanASecurityHolds",
+                                withRow(QByteArray("2005-03-31,1,2,3,4,5,6\n").repeated(65534))},
+                    // A bad row spoils the rows read before it too.
+                    HistoryCase{"NonNumericPrice", withRow("2005-03-31,1,2,abc,4,5,6\n")},
+                    HistoryCase{"InfinitePrice", withRow("2005-03-31,1,2,3,inf,5,6\n")},
+                    HistoryCase{"VolumeBeyond32Bits", withRow("2005-03-31,1,2,3,4,2147483648,6\n")}),
     nameOf<HistoryCase>);
 
 TEST(DailyQuotesParsingTest, ReadsNumbersWithAPointWhateverTheDefaultLocale)
