@@ -40,14 +40,14 @@ inline store::PriceBar barOf(const HistoryRow& row)
 // Creates the folder if need be and adds a daily security with the given bars.
 inline void addSecurity(const QString& folder, const QString& symbol, const QList<HistoryRow>& rows)
 {
-    store::MetaStockWriter writer;
-    ASSERT_TRUE(writer.CreateFolder(folder).ok());
-    ASSERT_TRUE(writer.OpenFolder(folder).ok());
-    const store::Status created = writer.CreateSecurity(symbol, symbol + QStringLiteral(" Corp"), 1);
-    ASSERT_TRUE(created.ok()) << created.text().toStdString();
+    store_test::NoSyncFileSystem fs;
+    store::MetaStockWriter writer(fs);
+    ASSERT_OK(writer.CreateFolder(folder));
+    ASSERT_OK(writer.OpenFolder(folder));
+    ASSERT_OK(writer.CreateSecurity(symbol, symbol + QStringLiteral(" Corp"), store::Daily));
     for (const HistoryRow& row : rows)
-        ASSERT_TRUE(writer.AddBar(barOf(row)).ok());
-    ASSERT_TRUE(writer.CloseFolder().ok());
+        ASSERT_OK(writer.AddBar(barOf(row)));
+    ASSERT_OK(writer.CloseFolder());
 }
 
 // A bar as a folder keeps it: prices and volume as single-precision numbers.
