@@ -268,26 +268,6 @@ TEST_F(DownloadJobTest, ThreadsChangeNothingButHowManyRequestsWaitAtOnce)
     EXPECT_TRUE(store_test::snapshot(folder) == store_test::snapshot(other)) << "the folders differ";
 }
 
-TEST_F(DownloadJobTest, CancelFinishesTheSecurityInHandAndAbortsTheRequestsWaitingAhead)
-{
-    for (const char* symbol : {"A", "B", "C", "D"})
-        addServed(QLatin1String(symbol), QDate(2024, 6, 5));
-    for (const char* symbol : {"B", "C", "D"})
-        server.symbol(QLatin1String(symbol)).misbehaviour = QuoteServer::Misbehaviour::NoReply;
-    DownloadJob* running = nullptr;
-    events.recorded = [&running](int, int, const context::DownloadResult&) { running->cancel(); };
-    DownloadJob job(channel, context->locale, events);
-    running = &job;
-    DownloadOptions options;
-    options.threads = 4;
-
-    const JobOutcome outcome = job.run({item("A"), item("B"), item("C"), item("D")}, options, today);
-    EXPECT_EQ(outcome.end, JobOutcome::End::Cancelled);
-    EXPECT_EQ(statuses(outcome), "A=OK | 1 0 0");
-    expectBars(barsOf(folder, "A"), server.symbol("A").history);
-    EXPECT_EQ(barsOf(folder, "B").size(), 36);
-}
-
 TEST_F(DownloadJobTest, ReportsTheSlowestRequestsSlowestFirst)
 {
     for (const char* symbol : {"A", "B", "C"})
