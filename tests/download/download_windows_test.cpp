@@ -104,62 +104,34 @@ protected:
     QString summary;
 };
 
-TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
+// One session of the window: folders added once each, securities listed and relisted by the folders'
+// ticks, the ticked ones downloaded and the folder list kept for the next session.
+TEST_F(DownloadWindowsTest, ListsTheTickedFoldersDownloadsTheTickedSecuritiesAndKeepsTheFolders)
 {
     addServed("IBM", QDate(2024, 6, 5));
     addServed("MSFT", Friday);
     addServed("VOD", QDate(2024, 6, 10), folderB);
-    frmDownload window(context);
-    window.Timer1_Timer();
-    EXPECT_EQ(context->state.statusText, "Download Listing.");
-    addFolder(window, folder);
-    addFolder(window, folderB);
-
-    tick(window.ListView2, 0);
-    EXPECT_EQ(rows(window.ListView1, {0, 1, 2}),
-              (QStringList{folder + "||", "IBM Corp|IBM|6/5/2024", "MSFT Corp|MSFT|6/14/2024"}));
-    EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
-    EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
-    EXPECT_EQ(window.Label1->text(), "1 Securities Selected.");
-    tick(window.ListView2, 1);
-    EXPECT_EQ(rows(window.ListView1, {1}), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
-    EXPECT_EQ(window.Label1->text(), "2 Securities Selected.");
-    tick(window.ListView1, 0, false); // a header's tick does not count
-    window.Check2->setChecked(true);
-    window.DTPicker1->setDate(QDate(2024, 6, 1));
-
-    driveProgressAndResults();
-    window.Command4->click();
-
-    EXPECT_EQ(window.result(), QDialog::Accepted);
-    EXPECT_FALSE(context->state.downloadCurrentQuote);
-    EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
-    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
-    EXPECT_EQ(caption, "Download Completed. / ");
-    EXPECT_EQ(context->state.statusText, "Download Progress.");
-    EXPECT_EQ(shown, (QStringList{"IBM|OK", "VOD|OK"}));
-    EXPECT_EQ(summary, "Completed : 2    |    Upto Date : 0    |    No Data : 0");
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-}
-
-TEST_F(DownloadWindowsTest, FoldersAreAddedOnceRelistedByTheirTicksAndSavedOnClose)
-{
-    addServed("IBM", QDate(2024, 6, 5));
-    addServed("VOD", QDate(2024, 6, 10), folderB);
     {
         frmDownload window(context);
         window.Timer1_Timer();
+        EXPECT_EQ(context->state.statusText, "Download Listing.");
         context.prompter().folders = {"C:\\", QString()};
         window.Command1->click();
         window.Command1->click();
         EXPECT_EQ(window.Text1->text(), "C:") << "a drive root loses its backslash; a cancel keeps it";
-        context.prompter().prompts.clear();
         addFolder(window, folder);
         addFolder(window, "  " + folderB + " ");
         addFolder(window, folder + " ");
         EXPECT_EQ(rows(window.ListView2), (QStringList{folder, folderB}));
+
         tick(window.ListView2, 0);
+        EXPECT_EQ(rows(window.ListView1, {0, 1, 2}),
+                  (QStringList{folder + "||", "IBM Corp|IBM|6/5/2024", "MSFT Corp|MSFT|6/14/2024"}));
+        EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
+        EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
         tick(window.ListView2, 1);
+        EXPECT_EQ(rows(window.ListView1, {1}), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
+        EXPECT_EQ(window.Label1->text(), "2 Securities Selected.");
         tick(window.ListView2, 0, false);
         EXPECT_EQ(rows(window.ListView1), (QStringList{folderB, "VOD Corp"}));
         tick(window.ListView1, 1, false);
@@ -167,9 +139,25 @@ TEST_F(DownloadWindowsTest, FoldersAreAddedOnceRelistedByTheirTicksAndSavedOnClo
         window.Command4->click();
         EXPECT_EQ(context.prompter().messages(), (QStringList{"Already Exists.", "No Securities Selected."}));
         EXPECT_TRUE(context.modalsShown.isEmpty());
-        EXPECT_TRUE(server.requests().isEmpty());
-        window.Command5->click();
+
+        tick(window.ListView2, 0); // listed after the folder already shown, VOD still unticked
+        tick(window.ListView1, 2, false); // a header's tick counts for nothing: IBM stays in
+        EXPECT_EQ(window.Label1->text(), "1 Securities Selected.");
+        window.Check2->setChecked(true);
+        window.DTPicker1->setDate(QDate(2024, 6, 1));
+        driveProgressAndResults();
+        window.Command4->click();
+        EXPECT_EQ(window.result(), QDialog::Accepted);
     }
+    EXPECT_FALSE(context->state.downloadCurrentQuote);
+    EXPECT_EQ(historySymbols(server), QStringList{"IBM"});
+    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
+    EXPECT_EQ(caption, "Download Completed. / ");
+    EXPECT_EQ(context->state.statusText, "Download Progress.");
+    EXPECT_EQ(shown, QStringList{"IBM|OK"});
+    EXPECT_EQ(summary, "Completed : 1    |    Upto Date : 0    |    No Data : 0");
+    EXPECT_EQ(context.prompter().prompts.size(), 4) << "two folder requests and two messages, nothing more";
+
     // The list itself is the symbol database's (its tests check it); here, that the window keeps it.
     EXPECT_EQ(symbols::readSys(context), (QStringList{folder, folderB}));
     frmDownload window(context);
