@@ -222,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(Ways,
                                                    [](auto& progress) { EXPECT_FALSE(progress.close()); }}),
                          testing_support::nameOf<LeaveCase>);
 
-TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
+TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedAWriteFailedOrNoServiceAnswered)
 {
     addServed("IBM", QDate(2024, 6, 5));
     const context::DownloadItem gone{"GONE", {}, "2024-06-01", folder + "/missing"};
@@ -247,6 +247,15 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
     EXPECT_EQ(shown, QStringList{"IBM|No Data"});
     EXPECT_EQ(server.requests().size(), requests);
     EXPECT_TRUE(context.prompter().messages().join("").contains("not configured"));
+
+    // The source chosen in Settings is the one asked; what it refused is said in the result's tip.
+    context->settings->setValue("Sources/Source", "eodhd");
+    context->settings->setValue("Sources/eodhdKey", "k");
+    context->settings->setValue("Sources/eodhdUrl", server.url());
+    server.canned["/api/eod/IBM.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
+    runProgress();
+    EXPECT_EQ(shown, QStringList{"IBM|No Data"});
+    EXPECT_TRUE(shownTips.value(0).contains("EODHD refused the API key")) << shownTips.value(0).toStdString();
 }
 
 TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItself)
@@ -259,20 +268,6 @@ TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItse
     EXPECT_EQ(context->runModal(progress), QDialog::Accepted);
     EXPECT_FALSE(progress.isVisible());
     EXPECT_EQ(context.modalsShown, (QStringList{"frmDownloadProgress", "frmDownloadResults"}));
-}
-
-// The source chosen in Settings is the one asked; what it refused is said in the result's tip.
-TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
-{
-    context->settings->setValue("Sources/Source", "eodhd");
-    context->settings->setValue("Sources/eodhdKey", "k");
-    context->settings->setValue("Sources/eodhdUrl", server.url());
-    server.canned["/api/eod/IBM.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
-    addServed("IBM", QDate(2024, 6, 5)); // what the classic service would have given
-    context->state.downloadList = {*download::makeDownloadItem("IBM", 20240501, 20240605, folder, Friday)};
-    runProgress();
-    EXPECT_EQ(shown, QStringList{"IBM|No Data"});
-    EXPECT_TRUE(shownTips.value(0).contains("EODHD refused the API key")) << shownTips.value(0).toStdString();
 }
 
 TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)
