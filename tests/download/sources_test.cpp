@@ -112,13 +112,11 @@ INSTANTIATE_TEST_SUITE_P(
         // Minutes are not days: the JSON layout reads, but a day given many times is refused.
         HistoryCase{"alphavantage/TIME_SERIES_INTRADAY_MSFT_1min_2017-12-18.json", "twice"},
         HistoryCase{"alphavantage/daily_limit",
-                    "rate limited: Alpha Vantage answered: Thank you",
-                    "{\"Information\": \"Thank you for using Alpha Vantage! Our standard API rate limit is 25 requests "
-                    "per day.\"}"},
+                    "rate limited: Alpha Vantage answered: Our standard API rate limit is 25",
+                    "{\"Information\": \"Our standard API rate limit is 25 requests per day.\"}"},
         HistoryCase{"alphavantage/minute_limit",
                     "rate limited",
-                    "{\"Note\": \"Thank you for using Alpha Vantage! Our standard API call frequency is 5 calls per "
-                    "minute.\"}"},
+                    "{\"Note\": \"Our API call frequency is 5 calls per minute.\"}"},
         HistoryCase{"alphavantage/bad_key",
                     "apikey is invalid",
                     "{\"Error Message\": \"the parameter apikey is invalid or missing.\"}"},
@@ -137,7 +135,6 @@ INSTANTIATE_TEST_SUITE_P(
         HistoryCase{"eodhd/eod_AAPL.US_2018-01-01_2019-10-02.csv",
                     "441 : 2019-10-02 223.06 223.58 217.93 218.96 34612300 / 2018-01-02"},
         HistoryCase{"eodhd/bad_key", "refused the API key", "Unauthenticated", 401},
-        HistoryCase{"classic/missing_page", "HTTP 404", "", 404},
         // Stooq has no recorded reply: CSV with CR LF, no volume for some instruments, a key request, a
         // check page for browsers, quota and "No data" texts.
         HistoryCase{"stooq/csv_crlf",
