@@ -69,13 +69,8 @@ QList<HistoryRow> QuoteServer::syntheticHistory(QDate first, QDate last)
         // A saw-tooth around 50 with a spread of 2: varied, repeatable, never negative.
         const double open = 50 + (n * 37 % 200) / 20.0;
         const double close = open + ((n * 13 % 9) - 4) / 4.0;
-        rows.append({date,
-                     open,
-                     std::max(open, close) + 1,
-                     std::min(open, close) - 1,
-                     close,
-                     100000 + n * 7919 % 50000,
-                     close});
+        const qint64 volume = 100000 + n * 7919 % 50000;
+        rows.append({date, open, std::max(open, close) + 1, std::min(open, close) - 1, close, volume, close});
         ++n;
     }
     return rows;
