@@ -33,11 +33,6 @@ struct HistoryRow
 // symbol, logs every request, and misbehaves on request. It answers through the test's event loop, so
 // the client must wait in one (as the HTTP channel does); a blocking client would wait for ever.
 // Creating a server also turns off any proxy for the process, so that nothing reroutes 127.0.0.1.
-//
-//     QuoteServer server;
-//     server.symbol("IBM").history = QuoteServer::syntheticHistory({2005, 1, 3}, {2005, 3, 31});
-//     server.symbol("MSFT").misbehaviour = QuoteServer::Misbehaviour::NoReply;
-//     ... point the client at server.url() ...
 class QuoteServer : public QObject
 {
     Q_OBJECT
