@@ -6,6 +6,8 @@
 #include "downloadfixture.h"
 #include "paramnames.h"
 
+#include <QTest>
+
 namespace {
 
 using namespace download_test;
@@ -266,6 +268,35 @@ TEST_F(DownloadJobTest, ThreadsChangeNothingButHowManyRequestsWaitAtOnce)
     EXPECT_EQ(statuses(outcomes[1]), statuses(outcomes[0]));
     EXPECT_FALSE(store_test::snapshot(folder).isEmpty());
     EXPECT_TRUE(store_test::snapshot(folder) == store_test::snapshot(other)) << "the folders differ";
+}
+
+// Cancel stops after the security in hand and hangs up on the requests made ahead for the next ones.
+// Without that the job would wait for their replies, which never end here (the server answers from this
+// thread, and neither its delay nor the channel's timeout run out during a test).
+TEST_F(DownloadJobTest, CancelAbortsTheRequestsInFlight)
+{
+    download::HttpLimits patient;
+    patient.timeout = std::chrono::hours(1);
+    download::HttpChannel patientChannel({server.url(), server.url()}, patient);
+    QList<context::DownloadItem> items;
+    for (const char* symbol : {"A", "B", "C", "D", "E"}) {
+        addServed(QLatin1String(symbol), QDate(2024, 6, 5));
+        items.append(item(QLatin1String(symbol)));
+        if (items.size() > 1)
+            server.symbol(QLatin1String(symbol)).misbehaviour = QuoteServer::Misbehaviour::Slow;
+    }
+    server.slowDelay = std::chrono::hours(1);
+    DownloadOptions options;
+    options.threads = 5;
+    DownloadJob* running = nullptr;
+    events.recorded = [&](int, int, const context::DownloadResult&) { running->cancel(); };
+    DownloadJob job(patientChannel, context->locale, events);
+    running = &job;
+    const JobOutcome outcome = job.run(items, options, today);
+    EXPECT_EQ(statuses(outcome), "A=OK | 1 0 0");
+    for (int i = 0; i < 100 && server.hungUp() < 4; ++i)
+        QTest::qWait(20);
+    EXPECT_EQ(server.hungUp(), 4);
 }
 
 TEST_F(DownloadJobTest, ReportsTheSlowestRequestsSlowestFirst)

@@ -154,10 +154,16 @@ void QuoteServer::answer(QTcpSocket* socket, const QByteArray& head)
         socket->write(reply);
         socket->disconnectFromHost();
     };
-    if (chosen == Misbehaviour::Slow)
-        QTimer::singleShot(slowDelay, socket, send);
-    else
+    if (chosen == Misbehaviour::Slow) {
+        auto sent = std::make_shared<bool>(false);
+        connect(socket, &QTcpSocket::disconnected, this, [this, sent] { m_hungUp += *sent ? 0 : 1; });
+        QTimer::singleShot(slowDelay, socket, [send, sent] {
+            *sent = true;
+            send();
+        });
+    } else {
         send();
+    }
 }
 
 void QuoteServer::sendEndlessly(QTcpSocket* socket)

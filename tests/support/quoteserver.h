@@ -99,6 +99,9 @@ public:
 
     const QList<Request>& requests() const { return m_requests; }
 
+    // Slow replies whose client hung up before they were sent.
+    int hungUp() const { return m_hungUp; }
+
     // A history reply: the header row, then rows in the order given, every line ending in a line feed.
     static QByteArray historyCsv(const QList<HistoryRow>& rows);
     // A made-up history with one row per weekday from first to last, oldest first, the same every run.
@@ -114,6 +117,7 @@ private:
     QTcpServer m_server;
     QMap<QString, Script> m_scripts;
     QList<Request> m_requests;
+    int m_hungUp = 0;
 };
 
 } // namespace testing_support
