@@ -384,6 +384,9 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
             return false;
         }
     }
+    // A month or day of three digits would carry into the year: "101/1/1990" is no 1991-01-01.
+    if (month > 12 || day > 31)
+        return false;
     date = year * 10000 + month * 100 + day;
     return store::metastock::isValidDate(date);
 }

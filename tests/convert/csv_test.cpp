@@ -291,6 +291,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"column twice", "Date,High,Low,Close,Volume,high\n", 1, "twice"},
         BadCase{"bad date", "Date,High,Low,Close,Volume\n1/2/2004,1,1,1,1\n13/45/2004,1,1,1,1\n", 3, "13/45/2004"},
         BadCase{"two digit year", "Date,High,Low,Close,Volume\n1/2/04,1,1,1,1\n", 2, "not a date"},
+        BadCase{"three digit month", "Date,High,Low,Close,Volume\n101/1/1990,1,1,1,1\n", 2, "not a date"},
         BadCase{"bad number", "Date,High,Low,Close,Volume\n\n1/2/2004,1,1,x1,1\n", 3, "Close"},
         BadCase{"number too large", "Date,High,Low,Close,Volume\n1/2/2004,1,1,1,1e39\n", 2, "Volume"},
         BadCase{"too few fields", "Date,High,Low,Close,Volume\n1/2/2004,1,1,1\n", 2, "4 fields"},
