@@ -47,6 +47,16 @@ bool readDigits(const char* begin, const char* end, int& value)
     return true;
 }
 
+// The yyyymmdd date of a year, month and day, if it is one a folder can hold.
+bool makeDate(int year, int month, int day, qint32& date)
+{
+    // A month or day of three digits would carry into the year: "101/1/1990" is no 1991-01-01.
+    if (month > 12 || day > 31)
+        return false;
+    date = year * 10000 + month * 100 + day;
+    return store::metastock::isValidDate(date);
+}
+
 void trim(const char*& begin, const char*& end)
 {
     while (begin < end && (isBlank(*begin) || *begin == '"'))
@@ -318,21 +328,42 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
 {
     trim(begin, end);
     const qsizetype length = end - begin;
-    int year = 0, month = 0, day = 0;
-    // yyyymmdd and yyyy-mm-dd, the forms of most files, straight away.
     if (length == 8 && readDigits(begin, end, date))
         return store::metastock::isValidDate(date);
-    if (length == 10 && begin[4] == '-' && begin[7] == '-' && readDigits(begin, begin + 4, year)
-        && readDigits(begin + 5, begin + 7, month) && readDigits(begin + 8, end, day)) {
-        date = year * 10000 + month * 100 + day;
-        return store::metastock::isValidDate(date);
-    }
     // Three parts, numbers or words, apart from each other by anything else. Bytes from 0x80 on are
     // letters of the system's encoding.
     auto isLetter = [](char c) {
         const char lower = char(c | 0x20);
         return (lower >= 'a' && lower <= 'z') || static_cast<unsigned char>(c) >= 0x80;
     };
+    int year = 0, month = 0, day = 0;
+    // The forms of almost every file, yyyy-mm-dd and the short date in numbers, are three numbers of at
+    // most four digits apart by one character each: they are read in one pass, by the rules below.
+    int numbers[3] = {};
+    qsizetype digits[3] = {};
+    int found = 0;
+    const char* p = begin;
+    while (found < 3) {
+        const char* const start = p;
+        for (; p < end && isDigit(*p) && p - start <= 4; ++p)
+            numbers[found] = numbers[found] * 10 + (*p - '0');
+        digits[found] = p - start;
+        if (digits[found] == 0 || digits[found] > 4)
+            break;
+        if (++found == 3 || p == end || isLetter(*p))
+            break;
+        ++p; // the one character between two numbers
+    }
+    const bool isoNumbers = digits[0] == 4;
+    if (found == 3 && p == end && (isoNumbers || m_patternKnown)) {
+        const int yearAt = isoNumbers ? 0 : m_yearField;
+        if (digits[yearAt] != 4)
+            return false;
+        return makeDate(numbers[yearAt],
+                        numbers[isoNumbers ? 1 : m_monthField],
+                        numbers[isoNumbers ? 2 : m_dayField],
+                        date);
+    }
 
     struct Part
     {
@@ -343,7 +374,7 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
 
     Part parts[3];
     int count = 0;
-    for (const char* p = begin; p < end;) {
+    for (p = begin; p < end;) {
         const bool number = isDigit(*p);
         if (!number && !isLetter(*p)) {
             ++p;
@@ -384,11 +415,7 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
             return false;
         }
     }
-    // A month or day of three digits would carry into the year: "101/1/1990" is no 1991-01-01.
-    if (month > 12 || day > 31)
-        return false;
-    date = year * 10000 + month * 100 + day;
-    return store::metastock::isValidDate(date);
+    return makeDate(year, month, day, date);
 }
 
 bool CsvBarReader::readNumber(const char* begin, const char* end, double& value) const
