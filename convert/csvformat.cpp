@@ -345,8 +345,11 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
     const char* p = begin;
     while (found < 3) {
         const char* const start = p;
-        for (; p < end && isDigit(*p) && p - start <= 4; ++p)
-            numbers[found] = numbers[found] * 10 + (*p - '0');
+        const char* const stop = std::min(end, start + 5); // five digits are one too many
+        int number = 0;
+        for (; p < stop && isDigit(*p); ++p)
+            number = number * 10 + (*p - '0');
+        numbers[found] = number;
         digits[found] = p - start;
         if (digits[found] == 0 || digits[found] > 4)
             break;
