@@ -336,7 +336,6 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
         const char lower = char(c | 0x20);
         return (lower >= 'a' && lower <= 'z') || static_cast<unsigned char>(c) >= 0x80;
     };
-    int year = 0, month = 0, day = 0;
     // The forms of almost every file, yyyy-mm-dd and the short date in numbers, are three numbers of at
     // most four digits apart by one character each: they are read in one pass, by the rules below.
     int numbers[3] = {};
@@ -393,6 +392,7 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
     auto value = [](const Part& part, int& result) {
         return part.number && part.end - part.begin <= 4 && readDigits(part.begin, part.end, result);
     };
+    int year = 0, month = 0, day = 0;
     const bool iso = count == 3 && parts[0].end - parts[0].begin == 4 && parts[0].number;
     if (!iso && m_patternKnown && count != 3)
         return false;
