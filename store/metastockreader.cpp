@@ -25,34 +25,37 @@ MetaStockReader::MetaStockReader(FileSystem& fs)
 MetaStockReader::~MetaStockReader() = default;
 
 // The files whose change means the index must be read again: the index files (as named in the
-// folder) and the journal of an update in progress.
+// folder) and the journals of an update in progress.
 QStringList MetaStockReader::watchedNames(const metastock::FolderIndex& index)
 {
     auto nameOr = [](const QString& actual, const char* canonical) {
         return actual.isEmpty() ? QString::fromLatin1(canonical) : actual;
     };
-    return {nameOr(index.masterFile, "MASTER"),
-            nameOr(index.emasterFile, "EMASTER"),
-            nameOr(index.xmasterFile, "XMASTER"),
-            journalFileName()};
+    return QStringList{nameOr(index.masterFile, "MASTER"),
+                       nameOr(index.emasterFile, "EMASTER"),
+                       nameOr(index.xmasterFile, "XMASTER")}
+    + journalFileNames();
 }
 
 // A journal means a writer is replacing files right now, or crashed while doing so. A running writer
 // holds the folder lock and finishes soon; otherwise the reader finishes the update itself, as a
-// writer would on opening the folder.
-Status MetaStockReader::waitForUpdate()
+// writer would on opening the folder. The applied journal of a running writer needs no wait: what it
+// renamed is in place for readers, just not yet sure to be on the medium; only a writer that is gone
+// leaves it to be finished.
+Status MetaStockReader::waitForUpdate(bool applied)
 {
     std::unique_ptr<FolderLock> lock;
     const Status status = FolderLock::acquire(m_fs, m_folder, lock, 0);
     if (status.code() == ErrorCode::Busy) {
-        QThread::msleep(5);
+        if (!applied)
+            QThread::msleep(5);
         return {};
     }
     if (!status.ok())
         return Status::error(
             ErrorCode::Damaged,
             QStringLiteral("%1: an update of the folder was interrupted; open it for writing to finish it")
-                .arg(journalFileName()));
+                .arg(applied ? appliedJournalFileName() : journalFileNames().join(QStringLiteral(", "))));
     return recoverFolder(m_fs, m_folder);
 }
 
@@ -66,10 +69,17 @@ Status MetaStockReader::loadIndex(bool selecting)
     QStringList names = watchedNames(m_index);
     while (waited.elapsed() <= m_fs.lockTimeoutMs) {
         const QString before = m_fs.stamp(m_folder, names);
-        if (m_fs.exists(QDir(m_folder).filePath(journalFileName()))) {
-            if (Status s = waitForUpdate(); !s.ok())
+        const QStringList journals = journalFileNames();
+        if (std::any_of(journals.begin(), journals.end(), [&](const QString& name) {
+                return m_fs.exists(QDir(m_folder).filePath(name));
+            })) {
+            if (Status s = waitForUpdate(false); !s.ok())
                 return s;
             continue;
+        }
+        if (m_fs.exists(QDir(m_folder).filePath(appliedJournalFileName()))) {
+            if (Status s = waitForUpdate(true); !s.ok())
+                return s;
         }
         metastock::FolderIndex index;
         metastock::Problems problems;

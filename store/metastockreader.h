@@ -82,7 +82,7 @@ private:
     Status requireSecurity() const;
     Status requireBar() const;
     static QStringList watchedNames(const metastock::FolderIndex& index);
-    Status waitForUpdate();
+    Status waitForUpdate(bool applied);
     Status loadIndex(bool selecting);
     Status select(const QString& key, bool byName);
     Status barValue(float metastock::Bar::*field, double& value) const;

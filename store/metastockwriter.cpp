@@ -192,6 +192,9 @@ Status MetaStockWriter::CloseFolder()
     if (!m_open)
         return notOpen();
     Status result = flush();
+    // What the last step renamed goes on the medium before the folder is another writer's.
+    if (Status s = settleFolder(m_fs, m_index.path); result.ok())
+        result = s;
     m_open = false;
     m_selected = 0;
     m_selectedEntry = nullptr;

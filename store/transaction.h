@@ -15,15 +15,21 @@ namespace store {
 // Each new file is first written beside its target under a temporary name. Then a journal listing the
 // replacements (with a digest of each new file) and deletions is written; the new files and the
 // journal are flushed, and then the folder: that folder flush is the moment the change happens.
-// Afterwards the temporary files are renamed over their targets and the deleted files removed, the
-// folder is flushed again and the journal deleted. A change of one file only needs no journal: its
-// temporary file is flushed and renamed into place, and the folder flushed.
-// Opening the folder again (recoverFolder) finishes a change whose journal exists and whose new files
-// are all there (waiting, or in place already), and otherwise throws the journal and the temporary
-// files away. Flushes cost: one per new file and for the journal, and two of the folder.
+// Afterwards the temporary files are renamed over their targets, the deleted files removed, and the
+// journal renamed to the applied journal. Those renames reach the medium with the next change's folder
+// flush, which then deletes the applied journal, or with settleFolder when the writer closes the
+// folder: one folder flush per change instead of two. Until then the applied journal lets a recovery
+// redo them; meanwhile the next change writes its temporary files under the other of two suffixes, so
+// that no name a pending rename comes from is taken again. A change of one file needs no journal when
+// no applied journal is waiting: its temporary file is flushed and renamed into place, and the folder
+// flushed.
+// Opening the folder again (recoverFolder) redoes the applied journal's renames, finishes a change
+// whose journal exists and whose new files are all there (waiting, or in place already), and otherwise
+// throws the journal and the temporary files away. Flushes cost: the new files and the journal at once,
+// and one of the folder.
 // No file is ever written in place, so a reader never sees a data file whose header disagrees with its
-// size, and a reader that finds no journal before and after its reads has seen one whole state of the
-// folder.
+// size, and a reader that finds no journal (an applied one aside) before and after its reads has seen
+// one whole state of the folder.
 class Transaction
 {
 public:
@@ -55,6 +61,10 @@ private:
     QStringList m_removals;
 };
 
+// Puts the renames of the last Transaction of `folder` on the medium and deletes its applied journal.
+// A writer calls it before it lets the folder go.
+Status settleFolder(FileSystem& fs, const QString& folder);
+
 // Finishes or undoes an interrupted Transaction in `folder` (see there) and removes leftover temporary
 // files; adds a line to `done` for each thing it did. Needs the folder lock.
 Status recoverFolder(FileSystem& fs, const QString& folder, QStringList* done = nullptr);
@@ -62,7 +72,10 @@ Status recoverFolder(FileSystem& fs, const QString& folder, QStringList* done = 
 // True for the names of the journal and temporary files a Transaction leaves while it runs.
 bool isTransactionFile(const QString& name);
 
-// The name of the journal while a change is being applied.
-QString journalFileName();
+// The names of the journal while a change is being applied.
+QStringList journalFileNames();
+
+// The name of the journal of the last change applied, until its renames are on the medium.
+QString appliedJournalFileName();
 
 } // namespace store

@@ -199,8 +199,11 @@ Status checkFolder(FileSystem& fs, const QString& folder, Problems& problems)
     FolderIndex index;
     if (Status s = readFolderIndex(fs, folder, index, problems); !s.ok())
         return s;
+    // A running writer keeps the journal of its last change until its next one: not a leftover.
+    QString holder;
+    const bool writing = FolderLock::inspect(folder, holder) == FolderLock::State::Held;
     for (const QString& name : std::as_const(index.files)) {
-        if (isTransactionFile(name))
+        if (isTransactionFile(name) && !(writing && name == appliedJournalFileName()))
             problems.push_back({name,
                                 QStringLiteral("an interrupted update left this file; check --repair or opening the "
                                                "folder for writing finishes or undoes it")});

@@ -95,11 +95,27 @@ Status appendBars(W& w)
 }
 
 // As the converter imports a file into a security the folder does not hold yet.
-Status importNew(W& w)
+Status importAs(W& w, const QString& symbol)
 {
-    return chain({[&] { return w.CreateSecurity("NEW", "NEW", 1); },
+    return chain({[&] { return w.CreateSecurity(symbol, symbol, 1); },
                   [&] { return appendBars(w); },
                   [&] { return w.CloseSecurity(); }});
+}
+
+Status importNew(W& w)
+{
+    return importAs(w, "NEW");
+}
+
+// Two steps in one session: the first one's renames reach the medium only with the second's flush.
+Sequence twoSteps(Sequence first, Sequence second, bool onlyTheFirst = false)
+{
+    return [=](W& w) {
+        return chain({[&] { return w.OpenFolder(folder); },
+                      [&] { return first(w); },
+                      [&] { return onlyTheFirst ? Status() : second(w); },
+                      [&] { return onlyTheFirst ? Status() : w.CloseFolder(); }});
+    };
 }
 
 // The download's step for one security with data correction: each bar replaced through BarExists,
@@ -123,6 +139,7 @@ struct CrashCase
     int securities; // in the folder before the sequence: ABC with ten bars, then S2, S3, ... with one
     Sequence earlier; // committed just before, its journal's removal not yet flushed
     Sequence sequence;
+    Sequence firstStep = nullptr; // of a sequence of two steps, without closing the folder
 };
 
 const Sequence appendOne = session([](W& w) { return w.AddBar(20200111, 0, 5, 5, 5, 5, 5, 0); }, true, false);
@@ -153,6 +170,16 @@ const CrashCase crashCases[] = {
      session([](W& w) { return w.ChangeSecurity("S2", "Renamed", "NEWNAME"); }, false, false)},
     {"delete_security", 3, appendOne, session([](W& w) { return w.DeleteSecurity("S2"); }, false, false)},
     {"import", 3, appendOne, session(importNew, false, false)},
+    {"import_two",
+     3,
+     appendOne,
+     twoSteps(importNew, [](W& w) { return importAs(w, "NEW2"); }),
+     twoSteps(importNew, nullptr, true)},
+    {"delete_then_create",
+     3,
+     appendOne,
+     twoSteps([](W& w) { return w.DeleteSecurity("S3"); }, createNew),
+     twoSteps([](W& w) { return w.DeleteSecurity("S3"); }, nullptr, true)},
 };
 
 // The folder of a case, all of it on the medium, with the earlier change made on top.
@@ -260,6 +287,27 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
     ASSERT_NE(before, after);
     const int points = clean.operations;
 
+    // Of two steps, the first one alone: once it returned, a power cut may lose the second, not it.
+    std::vector<Files> whole{before, after};
+    int firstDone = points;
+    if (param.firstStep) {
+        SimFileSystem first = start;
+        {
+            MetaStockWriter writer(first);
+            ASSERT_OK(param.firstStep(writer));
+        }
+        firstDone = first.operations;
+        int unused = 0;
+        whole.push_back(recover(first.visibleFiles(), "after the first step", unused));
+    }
+    auto allowedAt = [&](int point) {
+        if (point == points)
+            return std::vector{after};
+        if (point >= firstDone)
+            return std::vector{whole.back(), after};
+        return param.firstStep ? std::vector{before, whole.back()} : whole;
+    };
+
     for (int point = 0; point <= points && !HasFailure(); ++point) {
         SimFileSystem fs = start;
         fs.crashAt = point;
@@ -267,8 +315,8 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
             MetaStockWriter writer(fs);
             (void)param.sequence(writer);
         }
-        // Once the sequence has succeeded, all of it must be on the medium.
-        const std::vector<Files> allowed = point == points ? std::vector{after} : std::vector{before, after};
+        // Once a step has succeeded, all of it must be on the medium.
+        const std::vector<Files> allowed = allowedAt(point);
         for (const Files& state : durableStates(fs, statesPerCrashPoint(param.securities))) {
             if (!HasFailure())
                 reopen(state, allowed, "power cut at operation " + std::to_string(point));
@@ -281,9 +329,9 @@ TEST_P(CrashTest, LeavesTheFolderBeforeOrAfter)
         MetaStockWriter writer(fs);
         const bool succeeded = param.sequence(writer).ok();
         const std::string where = "failure of operation " + std::to_string(point);
-        reopen(fs.visibleFiles(), {before, after}, where);
+        reopen(fs.visibleFiles(), whole, where);
         // A sequence that reports success in spite of the failure must be on the medium all the same.
-        const std::vector<Files> allowed = succeeded ? std::vector{after} : std::vector{before, after};
+        const std::vector<Files> allowed = succeeded ? std::vector{after} : whole;
         for (const Files& state : durableStates(fs, statesPerCrashPoint(param.securities))) {
             if (!HasFailure())
                 reopen(state, allowed, where + " and a power cut after it");

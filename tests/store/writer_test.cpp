@@ -332,6 +332,19 @@ TEST_F(WriterTest, SecondWriterFailsAndReadersSeeTheFolderBeforeOrAfter)
     ASSERT_OK(first.CloseFolder());
     ASSERT_OK(second.OpenFolder(m_folder));
     ASSERT_OK(second.CloseFolder());
+
+    // A writer that goes without closing the folder leaves its last journal; the next reader, finding
+    // no writer, puts that change on the medium and tidies up.
+    {
+        W dropped;
+        ASSERT_OK(dropped.OpenFolder(m_folder));
+        ASSERT_OK(dropped.SelectSecurity("ABC"));
+        ASSERT_OK(dropped.AddBar(bar(20040107, 3)));
+        ASSERT_OK(dropped.Commit());
+        EXPECT_TRUE(snapshot(m_folder).contains("TICKSMITH.JNA"));
+    }
+    ASSERT_OK(reader.OpenFolder(m_folder));
+    EXPECT_EQ(snapshot(m_folder).keys(), (QStringList{"EMASTER", "F1.DAT", "MASTER"}));
 }
 
 // A writer carries what it wrote into its next step without reading the folder again: a session of
