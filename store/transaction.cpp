@@ -1,5 +1,7 @@
 #include "transaction.h"
 
+#include "checksum.h"
+
 #include <QCryptographicHash>
 #include <QDir>
 
@@ -21,9 +23,18 @@ const QByteArray journalHeader("TICKSMITH JOURNAL 3 ");
 const QByteArray journalHeaderWithoutGeneration("TICKSMITH JOURNAL 2");
 const QByteArray journalEnd("END");
 
+// What tells a file the journal names from another: its CRC-32C and length ("1a2b3c4d/140028").
+// Journals of version 2 gave an MD5 digest (32 hex digits), which is still understood.
 QByteArray digest(const QByteArray& bytes)
 {
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex();
+    return QByteArray::number(crc32c(bytes), 16).rightJustified(8, '0') + '/' + QByteArray::number(bytes.size());
+}
+
+bool hasDigestOf(const QByteArray& bytes, const QByteArray& expected)
+{
+    if (!expected.contains('/'))
+        return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex() == expected;
+    return digest(bytes) == expected;
 }
 
 bool isPlainName(const QString& name)
@@ -90,8 +101,9 @@ bool parseJournal(const QByteArray& text, Journal& journal)
             return false;
         QByteArray rest = line.mid(2);
         if (entry.replaced && digests) {
-            entry.digest = rest.left(32);
-            rest = rest.mid(33);
+            const qsizetype length = withGeneration ? rest.indexOf(' ') : 32;
+            entry.digest = rest.left(length);
+            rest = rest.mid(length + 1);
         }
         entry.name = QString::fromUtf8(rest);
         if (!isPlainName(entry.name))
@@ -121,7 +133,7 @@ Status readJournal(FileSystem& fs, const QDir& dir, const QString& name, bool& f
 bool hasDigest(FileSystem& fs, const QString& path, const QByteArray& expected)
 {
     QByteArray bytes;
-    return fs.exists(path) && fs.readFile(path, bytes).ok() && digest(bytes) == expected;
+    return fs.exists(path) && fs.readFile(path, bytes).ok() && hasDigestOf(bytes, expected);
 }
 
 // A temporary file that is the one its journal entry wrote (always so for a journal without digests).

@@ -1,14 +1,20 @@
-// ticksmith-cli quote, history and download, run as a separate program against the local quote server
-// and real folders. The program reads the system clock, so the folders are dated relative to today.
+// ticksmith-cli quote, history, sources and download, run as a separate program against the local quote
+// server and real folders. The program reads the system clock, so the folders are dated relative to today.
 
+#include "download/clsdailyquotes.h"
 #include "downloadfixture.h"
+#include "paramnames.h"
 #include "version.h"
 
 namespace {
 
 using namespace download_test;
+using testing_support::PrintTo;
 
 const QString Summary = QStringLiteral("Completed : %1    |    Upto Date : %2    |    No Data : %3\n");
+const QString TiingoKey = QStringLiteral("tiingo-4711");
+const QByteArray TiingoBar = "[{\"date\":\"2018-04-12T00:00:00+00:00\",\"open\":1031.47,\"high\":1044.65,"
+                             "\"low\":1026.05,\"close\":1037.29,\"volume\":1644794}]";
 
 class CliTest : public DownloadTest
 {
@@ -19,57 +25,82 @@ protected:
         servedTo = today;
     }
 
-    CliRun download(QStringList arguments)
+    // Runs the program with the classic service and Tiingo both served by the local server.
+    CliRun run(QStringList arguments)
     {
-        arguments.prepend("download");
-        return runCli(server, arguments);
+        arguments.replaceInStrings("FOLDER", folder);
+        return runCli(server, arguments, {{"TICKSMITH_TIINGO_URL", server.url()}, {"TICKSMITH_TIINGO_KEY", TiingoKey}});
     }
 
     QDate today = QDate::currentDate();
 };
 
-TEST_F(CliTest, QuotePrintsTheTwelveProperties)
+// A command that fetches and prints; "URL" in the expected texts stands for the server's address.
+struct PrintCase
 {
+    const char* what;
+    QStringList arguments;
+    int exitCode;
+    const char* out; // a piece of the standard output
+    const char* err = ""; // a piece of the error output
+};
+
+class CliPrintTest
+    : public CliTest
+    , public testing::WithParamInterface<PrintCase>
+{};
+
+TEST_P(CliPrintTest, PrintsWhatTheServiceAnsweredAndExitsWithOneWhenItIsUnusable)
+{
+    const PrintCase& c = GetParam();
+    server.symbol("IBM").history = QuoteServer::syntheticHistory(QDate(2005, 1, 3), QDate(2005, 1, 5));
     server.symbol("IBM").quoteBody =
         "\"IBM\",90.44,\"3/31/2005\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,N/A,1500000\n";
-    const CliRun run = runCli(server, {"quote", " IBM "});
-    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.out,
-              QStringLiteral("Symbol: IBM\nQuote: 90.44\nLastTradeDate: 3/31/2005\nLastTradeTime: 4:01pm\n"
-                             "Change: -0.51\nPercentageChange: -0.56%\nOpening: 90.95\nDayHigh: 91.2\n"
-                             "DayLow: 90.1\nBid: N/A\nAsk: N/A\nVolume: 1,500,000\n"));
-    EXPECT_EQ(server.requests().value(0).symbol(), "IBM");
+    server.canned["/tiingo/daily/GOOGL/prices"] = {{"200 OK", TiingoBar, "application/json", {}}};
+    const CliRun ran = run(c.arguments);
+    const auto expected = [this](const char* text) { return QString::fromLatin1(text).replace("URL", server.url()); };
+    EXPECT_EQ(ran.exitCode, c.exitCode) << ran.err.toStdString();
+    EXPECT_TRUE(ran.out.contains(expected(c.out))) << ran.out.toStdString();
+    EXPECT_TRUE(ran.err.contains(expected(c.err))) << ran.err.toStdString();
+    EXPECT_FALSE((ran.out + ran.err).contains(TiingoKey));
+    for (const auto& request : server.requests())
+        EXPECT_EQ(request.userAgent, QByteArray("Ticksmith/" TICKSMITH_VERSION));
 }
 
-TEST_F(CliTest, HistoryPrintsTheRequestTheStatusAndTheRows)
-{
-    server.symbol("IBM").history = QuoteServer::syntheticHistory(QDate(2005, 1, 3), QDate(2005, 1, 7));
-    const CliRun run = runCli(server, {"history", "IBM", "2005-01-03", "2005-01-07"});
-    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    const QStringList lines = run.out.split(u'\n', Qt::SkipEmptyParts);
-    ASSERT_EQ(lines.size(), 7) << run.out.toStdString();
-    EXPECT_EQ(lines[0], "Request: " + server.url() + "/table.csv?s=IBM&d=0&e=7&f=2005&a=0&b=3&c=2005&ignore=.csv");
-    EXPECT_EQ(lines[1], "Status: 0");
-    EXPECT_EQ(server.requests().value(0).userAgent, QByteArray("Ticksmith/" TICKSMITH_VERSION));
-    EXPECT_TRUE(lines[2].startsWith("1\t2005-01-07\t")) << lines[2].toStdString();
-    EXPECT_TRUE(lines[6].startsWith("5\t2005-01-03\t")) << lines[6].toStdString();
-}
-
-TEST_F(CliTest, AnUnusableAnswerExitsWithOne)
-{
-    const CliRun history = runCli(server, {"history", "NOPE", "2005-01-03", "2005-01-07"});
-    EXPECT_EQ(history.exitCode, 1);
-    EXPECT_TRUE(history.out.contains("\nStatus: 2\n")) << history.out.toStdString();
-    EXPECT_TRUE(history.err.contains("404")) << history.err.toStdString();
-
-    const CliRun quote = runCli(server, {"quote", "IBM"}, false);
-    EXPECT_EQ(quote.exitCode, 1);
-    EXPECT_TRUE(quote.out.startsWith("Symbol: IBM\nQuote: 0.00\n")) << quote.out.toStdString();
-    EXPECT_TRUE(quote.err.contains("not configured")) << quote.err.toStdString();
-}
+INSTANTIATE_TEST_SUITE_P(
+    Commands,
+    CliPrintTest,
+    testing::Values(
+        PrintCase{"Quote",
+                  {"quote", " IBM "},
+                  0,
+                  "Symbol: IBM\nQuote: 90.44\nLastTradeDate: 3/31/2005\nLastTradeTime: 4:01pm\nChange: -0.51\n"
+                  "PercentageChange: -0.56%\nOpening: 90.95\nDayHigh: 91.2\nDayLow: 90.1\nBid: N/A\nAsk: N/A\n"
+                  "Volume: 1,500,000\n"},
+        PrintCase{"History",
+                  {"history", "IBM", "2005-01-03", "2005-01-07"},
+                  0,
+                  "Request: URL/table.csv?s=IBM&d=0&e=7&f=2005&a=0&b=3&c=2005&ignore=.csv\nStatus: 0\n"
+                  "1\t2005-01-05\t"},
+        PrintCase{"Unknown", {"history", "NOPE", "2005-01-03", "2005-01-07"}, 1, "\nStatus: 2\n", "404"},
+        PrintCase{"HistoryFromAnotherSource",
+                  {"history", "GOOGL", "2018-04-12", "2018-04-12", "--source", "tiingo"},
+                  0,
+                  "Status: 0\n1\t2018-04-12\t1031.47\t1044.65\t1026.05\t1037.29\t1644794\n"},
+        PrintCase{"QuoteFromAnotherSource", {"quote", "GOOGL", "--source", "tiingo"}, 0, "\nQuote: 1037.29\n"},
+        PrintCase{"Refused", {"quote", "NOPE", "--source", "tiingo"}, 1, "Quote: 0.00\n", "Tiingo answered"},
+        PrintCase{"Sources",
+                  {"sources"},
+                  0,
+                  "classic\tchosen\tno key needed\tURL\tQuote service (CSV)\n"
+                  "yahoo\t-\tno key needed\thttps://query2.finance.yahoo.com\tYahoo Finance\n"
+                  "stooq\t-\tkey missing\thttps://stooq.com\tStooq\n"
+                  "alphavantage\t-\tkey missing\thttps://www.alphavantage.co\tAlpha Vantage\n"
+                  "tiingo\t-\tkey set\tURL\tTiingo\neodhd\t-\tkey missing\thttps://eodhd.com\tEODHD\n"}),
+    testing_support::nameOf<PrintCase>);
 
 // Any misbehaviour of the service ends the same way in the job; the client tests go through them all.
-TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate)
+TEST_F(CliTest, DownloadExitsWithOneWhileASecurityHasNoData)
 {
     addServed("BAD", today.addDays(-10));
     addSecurity(folder, "FUT", everyDay(today.addDays(-3), today.addDays(1)));
@@ -77,45 +108,33 @@ TEST_F(CliTest, DownloadFailsWhileASecurityHasNoDataAndSucceedsWithOKAndUpToDate
     addServed("MSFT", today);
     server.symbol("BAD").misbehaviour = QuoteServer::Misbehaviour::NotFound;
 
-    const CliRun first = download({folder, "--weekend", "--threads", "3"});
-    EXPECT_EQ(first.exitCode, 1);
-    EXPECT_EQ(first.out, "BAD\tNo Data\nFUT\tUp to date\nIBM\tOK\n" + Summary.arg(1).arg(1).arg(1));
-    EXPECT_TRUE(first.err.contains("BAD: ") && first.err.contains("404")) << first.err.toStdString();
+    const CliRun ran = run({"download", folder, "--weekend", "--threads", "3"});
+    EXPECT_EQ(ran.exitCode, 1);
+    EXPECT_EQ(ran.out, "BAD\tNo Data\nFUT\tUp to date\nIBM\tOK\n" + Summary.arg(1).arg(1).arg(1));
+    EXPECT_TRUE(ran.err.contains("BAD: ") && ran.err.contains("404")) << ran.err.toStdString();
     // Three at a time: the server may see them in any order.
     QStringList asked = historySymbols(server);
     asked.sort();
     EXPECT_EQ(asked, (QStringList{"BAD", "IBM"})) << "a security holding today's bar is left out";
-    expectBars(barsOf(folder, "IBM"), server.symbol("IBM").history);
-
-    server.symbol("BAD").misbehaviour = QuoteServer::Misbehaviour::None;
-    const CliRun second = download({folder});
-    EXPECT_EQ(second.exitCode, 0) << second.err.toStdString();
-    EXPECT_EQ(second.out, "BAD\tOK\nFUT\tUp to date\n" + Summary.arg(1).arg(1).arg(0));
-    EXPECT_TRUE(second.err.isEmpty()) << second.err.toStdString();
-    EXPECT_EQ(historySymbols(server).mid(2), QStringList{"BAD"});
 }
 
-TEST_F(CliTest, DownloadCorrectsTheNamedSymbolOnlyAndWritesTheCurrentQuote)
+// What the options do is the job's (its tests check it); here, that they reach it.
+TEST_F(CliTest, DownloadPassesTheSymbolTheCorrectionAndTheCurrentQuoteToTheJob)
 {
-    // Holding today's bar does not keep a security out of a correction.
-    QList<HistoryRow> wrong = everyDay(today.addDays(-40), today);
-    for (HistoryRow& row : wrong)
-        row.close = 1;
-    addSecurity(folder, "IBM", wrong);
+    addServed("IBM", today);
     addServed("MSFT", today.addDays(-10));
-    const QList<HistoryRow> served = everyDay(today.addDays(-40), today.addDays(-1));
-    server.symbol("IBM").history = served;
-    server.symbol("IBM").quoteBody =
-        "\"IBM\",90.44,\"1/1/2024\",\"4:01pm\",-0.51,\"-0.56%\",90.95,91.2,90.1,N/A,N/A,1500000\n";
-
-    const CliRun run = download(
-        {folder, "--symbol", "ibm", "--correction-from", today.addDays(-5).toString(Qt::ISODate), "--current-quote"});
-    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.out, "IBM\tOK\n" + Summary.arg(1).arg(0).arg(0));
-    EXPECT_EQ(historySymbols(server), QStringList{"IBM"});
-    QList<HistoryRow> expected = wrong.mid(0, wrong.size() - 6) + served.mid(served.size() - 5);
-    expected.append({today, 90.95, 91.2, 90.1, 90.44, 1500000, 90.44});
-    expectBars(barsOf(folder, "IBM"), expected);
+    const QDate from = today.addDays(-5);
+    const CliRun ran = run(
+        {"download", folder, "--symbol", "ibm", "--correction-from", from.toString(Qt::ISODate), "--current-quote"});
+    EXPECT_EQ(ran.exitCode, 0) << ran.err.toStdString();
+    EXPECT_TRUE(ran.err.isEmpty()) << ran.err.toStdString();
+    EXPECT_EQ(ran.out, "IBM\tOK\n" + Summary.arg(1).arg(0).arg(0));
+    QStringList targets;
+    for (const auto& request : server.requests())
+        targets.append(request.target);
+    EXPECT_EQ(targets,
+              (QStringList{download::dailyQuotesRequest("IBM", from, today),
+                           "/d/quotes.csv?s=IBM&f=sl1d1t1c1p2ohgbav&e=.csv"}));
 }
 
 class CliUsageTest
@@ -126,31 +145,30 @@ class CliUsageTest
 TEST_P(CliUsageTest, BadArgumentsExitWithTwoAndChangeNothing)
 {
     addServed("IBM", today.addDays(-10));
-    QStringList arguments = GetParam();
-    arguments.replaceInStrings("FOLDER", folder);
-
-    const CliRun run = runCli(server, arguments);
-    EXPECT_EQ(run.exitCode, 2) << run.out.toStdString();
-    EXPECT_TRUE(run.out.isEmpty()) << run.out.toStdString();
-    EXPECT_FALSE(run.err.isEmpty());
+    const CliRun ran = run(GetParam());
+    EXPECT_EQ(ran.exitCode, 2) << ran.out.toStdString();
+    EXPECT_TRUE(ran.out.isEmpty()) << ran.out.toStdString();
+    EXPECT_FALSE(ran.err.isEmpty());
     EXPECT_TRUE(server.requests().isEmpty());
     EXPECT_EQ(barsOf(folder, "IBM").size(), 31);
 }
 
-INSTANTIATE_TEST_SUITE_P(Arguments,
-                         CliUsageTest,
-                         testing::Values(QStringList{"quote"},
-                                         QStringList{"quote", "IBM", "MSFT"},
-                                         QStringList{"history", "IBM", "2005-01-03"},
-                                         QStringList{"history", "IBM", "2005-13-01", "2005-01-07"},
-                                         QStringList{"history", "IBM", "2005-01-07", "2005-01-03"},
-                                         QStringList{"history", " ", "2005-01-03", "2005-01-07"},
-                                         QStringList{"download"},
-                                         QStringList{"download", "FOLDER", "--frobnicate"},
-                                         QStringList{"download", "FOLDER", "--symbol"},
-                                         QStringList{"download", "FOLDER", "--symbol", "NOPE"},
-                                         QStringList{"download", "FOLDER", "--correction-from", "2024-13-01"},
-                                         QStringList{"download", "FOLDER", "--threads", "6"},
-                                         QStringList{"download", "FOLDER", "FOLDER/missing"}));
+INSTANTIATE_TEST_SUITE_P(
+    Arguments,
+    CliUsageTest,
+    testing::Values(QStringList{"quote"},
+                    QStringList{"quote", "IBM", "MSFT"},
+                    QStringList{"history", "IBM", "2005-01-03"},
+                    QStringList{"history", "IBM", "2005-13-01", "2005-01-07"},
+                    QStringList{"history", "IBM", "2005-01-07", "2005-01-03"},
+                    QStringList{"history", " ", "2005-01-03", "2005-01-07"},
+                    QStringList{"history", "IBM", "2005-01-03", "2005-01-07", "--source", "nowhere"},
+                    QStringList{"download"},
+                    QStringList{"download", "FOLDER", "--frobnicate"},
+                    QStringList{"download", "FOLDER", "--symbol"},
+                    QStringList{"download", "FOLDER", "--symbol", "NOPE"},
+                    QStringList{"download", "FOLDER", "--correction-from", "2024-13-01"},
+                    QStringList{"download", "FOLDER", "--threads", "6"},
+                    QStringList{"download", "FOLDER", "FOLDER/missing"}));
 
 } // namespace

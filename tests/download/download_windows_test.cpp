@@ -104,62 +104,34 @@ protected:
     QString summary;
 };
 
-TEST_F(DownloadWindowsTest, TickedSecuritiesAreDownloadedAndTheResultsShown)
+// One session of the window: folders added once each, securities listed and relisted by the folders'
+// ticks, the ticked ones downloaded and the folder list kept for the next session.
+TEST_F(DownloadWindowsTest, ListsTheTickedFoldersDownloadsTheTickedSecuritiesAndKeepsTheFolders)
 {
     addServed("IBM", QDate(2024, 6, 5));
     addServed("MSFT", Friday);
     addServed("VOD", QDate(2024, 6, 10), folderB);
-    frmDownload window(context);
-    window.Timer1_Timer();
-    EXPECT_EQ(context->state.statusText, "Download Listing.");
-    addFolder(window, folder);
-    addFolder(window, folderB);
-
-    tick(window.ListView2, 0);
-    EXPECT_EQ(rows(window.ListView1, {0, 1, 2}),
-              (QStringList{folder + "||", "IBM Corp|IBM|6/5/2024", "MSFT Corp|MSFT|6/14/2024"}));
-    EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
-    EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
-    EXPECT_EQ(window.Label1->text(), "1 Securities Selected.");
-    tick(window.ListView2, 1);
-    EXPECT_EQ(rows(window.ListView1, {1}), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
-    EXPECT_EQ(window.Label1->text(), "2 Securities Selected.");
-    tick(window.ListView1, 0, false); // a header's tick does not count
-    window.Check2->setChecked(true);
-    window.DTPicker1->setDate(QDate(2024, 6, 1));
-
-    driveProgressAndResults();
-    window.Command4->click();
-
-    EXPECT_EQ(window.result(), QDialog::Accepted);
-    EXPECT_FALSE(context->state.downloadCurrentQuote);
-    EXPECT_EQ(historySymbols(server), (QStringList{"IBM", "VOD"}));
-    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
-    EXPECT_EQ(caption, "Download Completed. / ");
-    EXPECT_EQ(context->state.statusText, "Download Progress.");
-    EXPECT_EQ(shown, (QStringList{"IBM|OK", "VOD|OK"}));
-    EXPECT_EQ(summary, "Completed : 2    |    Upto Date : 0    |    No Data : 0");
-    EXPECT_TRUE(context.prompter().prompts.isEmpty());
-}
-
-TEST_F(DownloadWindowsTest, FoldersAreAddedOnceRelistedByTheirTicksAndSavedOnClose)
-{
-    addServed("IBM", QDate(2024, 6, 5));
-    addServed("VOD", QDate(2024, 6, 10), folderB);
     {
         frmDownload window(context);
         window.Timer1_Timer();
+        EXPECT_EQ(context->state.statusText, "Download Listing.");
         context.prompter().folders = {"C:\\", QString()};
         window.Command1->click();
         window.Command1->click();
         EXPECT_EQ(window.Text1->text(), "C:") << "a drive root loses its backslash; a cancel keeps it";
-        context.prompter().prompts.clear();
         addFolder(window, folder);
         addFolder(window, "  " + folderB + " ");
         addFolder(window, folder + " ");
         EXPECT_EQ(rows(window.ListView2), (QStringList{folder, folderB}));
+
         tick(window.ListView2, 0);
+        EXPECT_EQ(rows(window.ListView1, {0, 1, 2}),
+                  (QStringList{folder + "||", "IBM Corp|IBM|6/5/2024", "MSFT Corp|MSFT|6/14/2024"}));
+        EXPECT_EQ(window.ListView1->topLevelItem(0)->checkState(0), Qt::Checked);
+        EXPECT_EQ(window.ListView1->topLevelItem(2)->checkState(0), Qt::Unchecked) << "today's security stays unticked";
         tick(window.ListView2, 1);
+        EXPECT_EQ(rows(window.ListView1, {1}), (QStringList{"", "IBM", "MSFT", "", "VOD"}));
+        EXPECT_EQ(window.Label1->text(), "2 Securities Selected.");
         tick(window.ListView2, 0, false);
         EXPECT_EQ(rows(window.ListView1), (QStringList{folderB, "VOD Corp"}));
         tick(window.ListView1, 1, false);
@@ -167,9 +139,25 @@ TEST_F(DownloadWindowsTest, FoldersAreAddedOnceRelistedByTheirTicksAndSavedOnClo
         window.Command4->click();
         EXPECT_EQ(context.prompter().messages(), (QStringList{"Already Exists.", "No Securities Selected."}));
         EXPECT_TRUE(context.modalsShown.isEmpty());
-        EXPECT_TRUE(server.requests().isEmpty());
-        window.Command5->click();
+
+        tick(window.ListView2, 0); // listed after the folder already shown, VOD still unticked
+        tick(window.ListView1, 2, false); // a header's tick counts for nothing: IBM stays in
+        EXPECT_EQ(window.Label1->text(), "1 Securities Selected.");
+        window.Check2->setChecked(true);
+        window.DTPicker1->setDate(QDate(2024, 6, 1));
+        driveProgressAndResults();
+        window.Command4->click();
+        EXPECT_EQ(window.result(), QDialog::Accepted);
     }
+    EXPECT_FALSE(context->state.downloadCurrentQuote);
+    EXPECT_EQ(historySymbols(server), QStringList{"IBM"});
+    EXPECT_EQ(server.requests()[0].target, "/table.csv?s=IBM&d=5&e=14&f=2024&a=5&b=1&c=2024&ignore=.csv");
+    EXPECT_EQ(caption, "Download Completed. / ");
+    EXPECT_EQ(context->state.statusText, "Download Progress.");
+    EXPECT_EQ(shown, QStringList{"IBM|OK"});
+    EXPECT_EQ(summary, "Completed : 1    |    Upto Date : 0    |    No Data : 0");
+    EXPECT_EQ(context.prompter().prompts.size(), 4) << "two folder requests and two messages, nothing more";
+
     // The list itself is the symbol database's (its tests check it); here, that the window keeps it.
     EXPECT_EQ(symbols::readSys(context), (QStringList{folder, folderB}));
     frmDownload window(context);
@@ -234,7 +222,7 @@ INSTANTIATE_TEST_SUITE_P(Ways,
                                                    [](auto& progress) { EXPECT_FALSE(progress.close()); }}),
                          testing_support::nameOf<LeaveCase>);
 
-TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfiguredService)
+TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedAWriteFailedOrNoServiceAnswered)
 {
     addServed("IBM", QDate(2024, 6, 5));
     const context::DownloadItem gone{"GONE", {}, "2024-06-01", folder + "/missing"};
@@ -259,6 +247,15 @@ TEST_F(DownloadWindowsTest, SaysWhyAJobStoppedOrAWriteFailedAndNamesAnUnconfigur
     EXPECT_EQ(shown, QStringList{"IBM|No Data"});
     EXPECT_EQ(server.requests().size(), requests);
     EXPECT_TRUE(context.prompter().messages().join("").contains("not configured"));
+
+    // The source chosen in Settings is the one asked; what it refused is said in the result's tip.
+    context->settings->setValue("Sources/Source", "eodhd");
+    context->settings->setValue("Sources/eodhdKey", "k");
+    context->settings->setValue("Sources/eodhdUrl", server.url());
+    server.canned["/api/eod/IBM.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
+    runProgress();
+    EXPECT_EQ(shown, QStringList{"IBM|No Data"});
+    EXPECT_TRUE(shownTips.value(0).contains("EODHD refused the API key")) << shownTips.value(0).toStdString();
 }
 
 TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItself)
@@ -271,30 +268,6 @@ TEST_F(DownloadWindowsTest, ShownModallyTheProgressWindowRunsTheJobAndClosesItse
     EXPECT_EQ(context->runModal(progress), QDialog::Accepted);
     EXPECT_FALSE(progress.isVisible());
     EXPECT_EQ(context.modalsShown, (QStringList{"frmDownloadProgress", "frmDownloadResults"}));
-}
-
-// The source chosen in Settings is the one asked; what it refused is said in the result's tip.
-TEST_F(DownloadWindowsTest, DownloadsFromTheSourceChosenInSettings)
-{
-    context->settings->setValue("Sources/Source", "eodhd");
-    context->settings->setValue("Sources/eodhdKey", "k");
-    context->settings->setValue("Sources/eodhdUrl", server.url());
-    server.canned["/api/eod/IBM.US"] = {{"200 OK",
-                                         "Date,Open,High,Low,Close,Adjusted_close,Volume\n2024-06-06,"
-                                         "10,12,9,11,11,500\n2024-06-07,11,13,10,12,12,600\n",
-                                         "text/csv",
-                                         {}}};
-    server.canned["/api/eod/MSFT.US"] = {{"401 Unauthorized", "Unauthenticated", "text/html", {}}};
-    const QList<HistoryRow> held = everyDay({2024, 6, 3}, {2024, 6, 5});
-    addSecurity(folder, "IBM", held);
-    addSecurity(folder, "MSFT", held);
-    context->state.downloadList = {*download::makeDownloadItem("IBM", 20240603, 20240605, folder, Friday),
-                                   *download::makeDownloadItem("MSFT", 20240603, 20240605, folder, Friday)};
-    runProgress();
-    EXPECT_EQ(shown, (QStringList{"IBM|OK", "MSFT|No Data"}));
-    EXPECT_TRUE(shownTips.value(1).contains("EODHD refused the API key")) << shownTips.value(1).toStdString();
-    EXPECT_EQ(barText(barsOf(folder, "IBM").value(4)), "20240607 11 13 10 12 600");
-    EXPECT_TRUE(historySymbols(server).isEmpty()) << "the classic service was asked";
 }
 
 TEST_F(DownloadWindowsTest, ResultsAreCountedByTheirTrimmedText)

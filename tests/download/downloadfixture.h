@@ -4,11 +4,9 @@
 
 #include "download/httpchannel.h"
 #include "quoteserver.h"
-#include "store/metastockreader.h"
-#include "store/metastockwriter.h"
 #include "testcontext.h"
+#include "tests/store/storetest.h"
 
-#include <QDir>
 #include <QEventLoop>
 #include <QProcess>
 #include <QSettings>
@@ -18,6 +16,7 @@
 
 namespace download_test {
 
+using store_test::barsOf;
 using testing_support::HistoryRow;
 using testing_support::QuoteServer;
 
@@ -41,31 +40,14 @@ inline store::PriceBar barOf(const HistoryRow& row)
 // Creates the folder if need be and adds a daily security with the given bars.
 inline void addSecurity(const QString& folder, const QString& symbol, const QList<HistoryRow>& rows)
 {
-    store::MetaStockWriter writer;
-    ASSERT_TRUE(writer.CreateFolder(folder).ok());
-    ASSERT_TRUE(writer.OpenFolder(folder).ok());
-    const store::Status created = writer.CreateSecurity(symbol, symbol + QStringLiteral(" Corp"), 1);
-    ASSERT_TRUE(created.ok()) << created.text().toStdString();
+    store_test::NoSyncFileSystem fs;
+    store::MetaStockWriter writer(fs);
+    ASSERT_OK(writer.CreateFolder(folder));
+    ASSERT_OK(writer.OpenFolder(folder));
+    ASSERT_OK(writer.CreateSecurity(symbol, symbol + QStringLiteral(" Corp"), store::Daily));
     for (const HistoryRow& row : rows)
-        ASSERT_TRUE(writer.AddBar(barOf(row)).ok());
-    ASSERT_TRUE(writer.CloseFolder().ok());
-}
-
-// Every bar of the security, oldest first; empty when it cannot be read.
-inline QList<store::PriceBar> barsOf(const QString& folder, const QString& symbol)
-{
-    QList<store::PriceBar> bars;
-    store::MetaStockReader reader;
-    if (!reader.OpenFolder(folder).ok() || !reader.SelectSecurity(symbol).ok())
-        return bars;
-    qint32 more = 0;
-    while (reader.HasMoreBars(more).ok() && more > 0 && reader.ReadNextBar().ok()) {
-        store::PriceBar bar;
-        if (reader.GetBar(bar).ok())
-            bars.append(bar);
-    }
-    (void)reader.Close();
-    return bars;
+        ASSERT_OK(writer.AddBar(barOf(row)));
+    ASSERT_OK(writer.CloseFolder());
 }
 
 // A bar as a folder keeps it: prices and volume as single-precision numbers.
@@ -78,7 +60,7 @@ inline QString barText(const store::PriceBar& bar)
 }
 
 // The bars hold exactly the rows, in the same order and with the values a folder can keep.
-inline void expectBars(const QList<store::PriceBar>& bars, const QList<HistoryRow>& rows)
+inline void expectBars(const std::vector<store::PriceBar>& bars, const QList<HistoryRow>& rows)
 {
     QStringList held, expected;
     for (const store::PriceBar& bar : bars)
@@ -106,27 +88,20 @@ struct CliRun
     QString err;
 };
 
-// Runs ticksmith-cli while this process's event loop keeps the server answering. addressed sets both
-// service addresses to the server; without it the program sees none (the tests' home has no settings).
-// variables are added to the program's environment.
-inline CliRun runCli(const QuoteServer& server,
-                     const QStringList& arguments,
-                     bool addressed = true,
-                     const QMap<QString, QString>& variables = {})
+// Runs ticksmith-cli with both service addresses set to the server, while this process's event loop keeps
+// the server answering; variables are added to the program's environment.
+inline CliRun
+runCli(const QuoteServer& server, const QStringList& arguments, const QMap<QString, QString>& variables = {})
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     for (const char* proxy : {"http_proxy", "HTTP_PROXY", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
         environment.remove(QLatin1String(proxy));
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("en_US.UTF-8"));
-    environment.remove(QLatin1String(download::QuoteUrlVariable));
-    environment.remove(QLatin1String(download::HistoryUrlVariable));
-    if (addressed) {
-        environment.insert(QLatin1String(download::QuoteUrlVariable), server.url());
-        environment.insert(QLatin1String(download::HistoryUrlVariable), server.url());
-    }
+    environment.insert(QLatin1String(download::QuoteUrlVariable), server.url());
+    environment.insert(QLatin1String(download::HistoryUrlVariable), server.url());
     for (auto it = variables.begin(); it != variables.end(); ++it)
         environment.insert(it.key(), it.value());
-    QProcess process;
+    QProcess process; // one still running when the test gives up is killed on the way out
     process.setProcessEnvironment(environment);
     QEventLoop loop;
     QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
@@ -134,12 +109,9 @@ inline CliRun runCli(const QuoteServer& server,
     QTimer::singleShot(30000, &loop, &QEventLoop::quit); // a safety net, never reached when all is well
     process.start(QStringLiteral(TICKSMITH_BUILD_DIR "/ticksmith-cli"), arguments);
     loop.exec();
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished();
+    if (process.state() != QProcess::NotRunning || process.exitStatus() != QProcess::NormalExit)
         return {};
-    }
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+    return {process.exitCode(),
             QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
 }

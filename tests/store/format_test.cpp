@@ -1,6 +1,7 @@
 // The number encodings and the data-file layouts, checked against bytes written down by hand from the
 // format's description.
 
+#include "store/checksum.h"
 #include "store/metastock/datafile.h"
 #include "store/metastock/mbf.h"
 #include "store/metastock/report.h"
@@ -171,5 +172,23 @@ INSTANTIATE_TEST_SUITE_P(
                       BrokenFile{"bytes after the bars", oneBar + "xyz", true},
                       BrokenFile{"no date", hex("00 00 02 00") + QByteArray(52, '\0'), true}),
     store_test::nameOf<BrokenFile>);
+
+// The journal's checksum, both ways of computing it, on the values the CRC-32C standard gives (the
+// lengths reach the word-wise loop and its tail).
+TEST(ChecksumTest, GivesTheStandardCrc32c)
+{
+    QByteArray ascending(32, '\0');
+    for (int i = 0; i < 32; ++i)
+        ascending[i] = char(i);
+    const std::pair<QByteArray, quint32> known[] = {{"", 0},
+                                                    {"123456789", 0xE3069283},
+                                                    {QByteArray(32, '\0'), 0x8A9136AA},
+                                                    {QByteArray(32, '\xFF'), 0x62A8AB43},
+                                                    {ascending, 0x46DD794E}};
+    for (const auto& [bytes, crc] : known) {
+        EXPECT_EQ(store::crc32c(bytes), crc) << bytes.size();
+        EXPECT_EQ(store::crc32cByTable(bytes), crc) << bytes.size();
+    }
+}
 
 } // namespace

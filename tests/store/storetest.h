@@ -1,6 +1,7 @@
 #pragma once
 
 #include "paramnames.h"
+#include "qtprinters.h"
 #include "store/filesystem.h"
 #include "store/metastock/folder.h"
 #include "store/metastockreader.h"

@@ -69,13 +69,8 @@ QList<HistoryRow> QuoteServer::syntheticHistory(QDate first, QDate last)
         // A saw-tooth around 50 with a spread of 2: varied, repeatable, never negative.
         const double open = 50 + (n * 37 % 200) / 20.0;
         const double close = open + ((n * 13 % 9) - 4) / 4.0;
-        rows.append({date,
-                     open,
-                     std::max(open, close) + 1,
-                     std::min(open, close) - 1,
-                     close,
-                     100000 + n * 7919 % 50000,
-                     close});
+        const qint64 volume = 100000 + n * 7919 % 50000;
+        rows.append({date, open, std::max(open, close) + 1, std::min(open, close) - 1, close, volume, close});
         ++n;
     }
     return rows;
@@ -122,67 +117,53 @@ void QuoteServer::answer(QTcpSocket* socket, const QByteArray& head)
     }
 
     const QString symbol = request.symbol();
-    const Script script = m_scripts.value(symbol);
-    const Misbehaviour chosen = script.misbehaviour != Misbehaviour::None ? script.misbehaviour : misbehaviour;
+    const Misbehaviour own = m_scripts.value(symbol).misbehaviour;
+    const Misbehaviour chosen = own != Misbehaviour::None ? own : misbehaviour;
     const bool history = request.path == u"/table.csv";
+    // Unknown paths and the history of a symbol without a script are missing, as on the real service.
+    const bool known = history ? m_scripts.contains(symbol) : request.path == u"/d/quotes.csv";
+    if (chosen == Misbehaviour::NoReply)
+        return;
+    if (chosen == Misbehaviour::EndlessBody)
+        return sendEndlessly(socket);
     QByteArray status = "200 OK";
     QByteArray type = "text/csv";
     QByteArray body;
     QByteArray extraHeaders;
-    if (!history && request.path != u"/d/quotes.csv") {
+    if (chosen == Misbehaviour::NotFound || !known) {
         status = "404 Not Found";
-        body = "No such page.\n";
-    } else if (history && !m_scripts.contains(symbol)) {
-        status = "404 Not Found";
-        body = "No data for this symbol.\n";
+        body = "Not found.\n";
+    } else if (chosen == Misbehaviour::ServerError) {
+        status = "500 Internal Server Error";
+        body = "Something broke.\n";
+    } else if (chosen == Misbehaviour::HtmlPage) {
+        type = "text/html; charset=utf-8";
+        body = "<html>\n<head><title>Quotes, charts, news, and more</title></head>\n<body>\n"
+               "<p>Sorry, the symbol, the page, or the service, is not available, right now.</p>\n</body>\n</html>\n";
+    } else if (chosen == Misbehaviour::RedirectLoop) {
+        status = "302 Found";
+        extraHeaders = "Location: " + request.target.toLatin1() + "\r\n";
     } else {
         body = history ? historyReply(symbol, request.query) : quoteReply(symbol);
     }
 
-    switch (chosen) {
-    case Misbehaviour::NotFound:
-        status = "404 Not Found";
-        body = "Not found.\n";
-        break;
-    case Misbehaviour::ServerError:
-        status = "500 Internal Server Error";
-        body = "Something broke.\n";
-        break;
-    case Misbehaviour::HtmlPage:
-        status = "200 OK";
-        type = "text/html; charset=utf-8";
-        body = "<html>\n<head><title>Quotes, charts, news, and more</title></head>\n<body>\n"
-               "<p>Sorry, the symbol, the page, or the service, is not available, right now.</p>\n"
-               "<p>Try again, later, or, search, for, another, one.</p>\n</body>\n</html>\n";
-        break;
-    case Misbehaviour::RedirectLoop:
-        status = "302 Found";
-        body.clear();
-        extraHeaders = "Location: " + request.target.toLatin1() + "\r\n";
-        break;
-    case Misbehaviour::EndlessBody:
-        sendEndlessly(socket);
-        return;
-    case Misbehaviour::None:
-    case Misbehaviour::CutShort:
-    case Misbehaviour::Slow:
-    case Misbehaviour::NoReply:
-        break;
-    }
-
     QByteArray reply = response(status, type, body, extraHeaders);
-    if (chosen == Misbehaviour::NoReply)
-        return;
     if (chosen == Misbehaviour::CutShort)
         reply.chop(body.size() - body.size() / 2); // the announced length stays that of the whole body
     const auto send = [socket, reply] {
         socket->write(reply);
         socket->disconnectFromHost();
     };
-    if (chosen == Misbehaviour::Slow)
-        QTimer::singleShot(slowDelay, socket, send);
-    else
+    if (chosen == Misbehaviour::Slow) {
+        auto sent = std::make_shared<bool>(false);
+        connect(socket, &QTcpSocket::disconnected, this, [this, sent] { m_hungUp += *sent ? 0 : 1; });
+        QTimer::singleShot(slowDelay, socket, [send, sent] {
+            *sent = true;
+            send();
+        });
+    } else {
         send();
+    }
 }
 
 void QuoteServer::sendEndlessly(QTcpSocket* socket)

@@ -33,11 +33,6 @@ struct HistoryRow
 // symbol, logs every request, and misbehaves on request. It answers through the test's event loop, so
 // the client must wait in one (as the HTTP channel does); a blocking client would wait for ever.
 // Creating a server also turns off any proxy for the process, so that nothing reroutes 127.0.0.1.
-//
-//     QuoteServer server;
-//     server.symbol("IBM").history = QuoteServer::syntheticHistory({2005, 1, 3}, {2005, 3, 31});
-//     server.symbol("MSFT").misbehaviour = QuoteServer::Misbehaviour::NoReply;
-//     ... point the client at server.url() ...
 class QuoteServer : public QObject
 {
     Q_OBJECT
@@ -104,6 +99,9 @@ public:
 
     const QList<Request>& requests() const { return m_requests; }
 
+    // Slow replies whose client hung up before they were sent.
+    int hungUp() const { return m_hungUp; }
+
     // A history reply: the header row, then rows in the order given, every line ending in a line feed.
     static QByteArray historyCsv(const QList<HistoryRow>& rows);
     // A made-up history with one row per weekday from first to last, oldest first, the same every run.
@@ -119,6 +117,7 @@ private:
     QTcpServer m_server;
     QMap<QString, Script> m_scripts;
     QList<Request> m_requests;
+    int m_hungUp = 0;
 };
 
 } // namespace testing_support
