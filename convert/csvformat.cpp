@@ -4,6 +4,7 @@
 #include "store/arguments.h"
 #include "store/metastock/datafile.h"
 #include "store/metastock/indexfiles.h"
+#include "store/metastock/mbf.h"
 
 #include <QDate>
 #include <QIODevice>
@@ -33,12 +34,50 @@ bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+// The value of a run of decimal digits, false when it holds anything else. For runs of at most 9.
+bool readDigits(const char* begin, const char* end, int& value)
+{
+    int result = 0;
+    for (const char* p = begin; p < end; ++p) {
+        if (!isDigit(*p))
+            return false;
+        result = result * 10 + (*p - '0');
+    }
+    value = result;
+    return true;
+}
+
+// The yyyymmdd date of a year, month and day, if it is one a folder can hold.
+bool makeDate(int year, int month, int day, qint32& date)
+{
+    // A month or day of three digits would carry into the year: "101/1/1990" is no 1991-01-01.
+    if (month > 12 || day > 31)
+        return false;
+    date = year * 10000 + month * 100 + day;
+    return store::metastock::isValidDate(date);
+}
+
 void trim(const char*& begin, const char*& end)
 {
     while (begin < end && (isBlank(*begin) || *begin == '"'))
         ++begin;
     while (end > begin && (isBlank(end[-1]) || end[-1] == '"'))
         --end;
+}
+
+// Any number from_chars reads, with '.' or `decimalPoint`.
+bool readAnyDecimal(const char* begin, const char* end, char decimalPoint, float& value)
+{
+    char text[64];
+    const size_t length = size_t(end - begin);
+    if (length == 0 || length >= sizeof text)
+        return false;
+    std::memcpy(text, begin, length);
+    if (decimalPoint != '.')
+        std::replace(text, text + length, decimalPoint, '.');
+    // Straight to single precision, the precision of the folder: through a double it could round twice.
+    const auto result = std::from_chars(text, text + length, value);
+    return result.ec == std::errc() && result.ptr == text + length;
 }
 
 QString quoted(const char* begin, const char* end)
@@ -199,6 +238,41 @@ void CsvLineWriter::appendBar(std::string& out, const store::PriceBar& bar)
 
 // ---- reading ----
 
+bool readPlainDecimal(const char* begin, const char* end, char decimalPoint, float& value)
+{
+    // Exact by Clinger's argument: a whole number below 2^24 and a power of ten up to 10^10 (5^10 is
+    // below 2^24) are both exact in single precision, so their quotient, one correctly rounded float
+    // division, is the correctly rounded value of the decimal, which is what from_chars gives too. A
+    // number without a point is exact in 64 bits, and its one conversion to float rounds correctly.
+    static constexpr float powersOfTen[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f, 1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
+    const bool negative = begin < end && *begin == '-';
+    const char* p = begin + (negative ? 1 : 0);
+    if (end - p > 18) // at most 18 digits, so that the mantissa cannot overflow
+        return false;
+    const char* const whole = p;
+    qint64 mantissa = 0;
+    for (; p < end && isDigit(*p); ++p)
+        mantissa = mantissa * 10 + (*p - '0');
+    if (p == whole)
+        return false;
+    float magnitude = 0;
+    if (p == end) {
+        magnitude = static_cast<float>(mantissa);
+    } else {
+        if (*p != '.' && *p != decimalPoint)
+            return false;
+        const char* const fraction = ++p;
+        for (; p < end && isDigit(*p); ++p)
+            mantissa = mantissa * 10 + (*p - '0');
+        const ptrdiff_t decimals = p - fraction;
+        if (p < end || decimals == 0 || decimals >= ptrdiff_t(std::size(powersOfTen)) || mantissa >= (1 << 24))
+            return false;
+        magnitude = static_cast<float>(mantissa) / powersOfTen[decimals];
+    }
+    value = negative ? -magnitude : magnitude;
+    return true;
+}
+
 struct CsvBarReader::Columns
 {
     enum Field
@@ -254,14 +328,44 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
 {
     trim(begin, end);
     const qsizetype length = end - begin;
-    if (length == 8 && std::all_of(begin, end, isDigit)) {
-        std::from_chars(begin, end, date);
-        return store::checkDate(date).ok();
-    }
-    // Three parts, numbers or words, apart from each other by anything else.
+    if (length == 8 && readDigits(begin, end, date))
+        return store::metastock::isValidDate(date);
+    // Three parts, numbers or words, apart from each other by anything else. Bytes from 0x80 on are
+    // letters of the system's encoding.
     auto isLetter = [](char c) {
-        return std::isalpha(static_cast<unsigned char>(c)) || static_cast<unsigned char>(c) >= 0x80;
+        const char lower = char(c | 0x20);
+        return (lower >= 'a' && lower <= 'z') || static_cast<unsigned char>(c) >= 0x80;
     };
+    // The forms of almost every file, yyyy-mm-dd and the short date in numbers, are three numbers of at
+    // most four digits apart by one character each: they are read in one pass, by the rules below.
+    int numbers[3] = {};
+    qsizetype digits[3] = {};
+    int found = 0;
+    const char* p = begin;
+    while (found < 3) {
+        const char* const start = p;
+        const char* const stop = std::min(end, start + 5); // five digits are one too many
+        int number = 0;
+        for (; p < stop && isDigit(*p); ++p)
+            number = number * 10 + (*p - '0');
+        numbers[found] = number;
+        digits[found] = p - start;
+        if (digits[found] == 0 || digits[found] > 4)
+            break;
+        if (++found == 3 || p == end || isLetter(*p))
+            break;
+        ++p; // the one character between two numbers
+    }
+    const bool isoNumbers = digits[0] == 4;
+    if (found == 3 && p == end && (isoNumbers || m_patternKnown)) {
+        const int yearAt = isoNumbers ? 0 : m_yearField;
+        if (digits[yearAt] != 4)
+            return false;
+        return makeDate(numbers[yearAt],
+                        numbers[isoNumbers ? 1 : m_monthField],
+                        numbers[isoNumbers ? 2 : m_dayField],
+                        date);
+    }
 
     struct Part
     {
@@ -272,7 +376,7 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
 
     Part parts[3];
     int count = 0;
-    for (const char* p = begin; p < end;) {
+    for (p = begin; p < end;) {
         const bool number = isDigit(*p);
         if (!number && !isLetter(*p)) {
             ++p;
@@ -286,8 +390,7 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
         ++count;
     }
     auto value = [](const Part& part, int& result) {
-        return part.number && part.end - part.begin <= 4
-            && std::from_chars(part.begin, part.end, result).ec == std::errc();
+        return part.number && part.end - part.begin <= 4 && readDigits(part.begin, part.end, result);
     };
     int year = 0, month = 0, day = 0;
     const bool iso = count == 3 && parts[0].end - parts[0].begin == 4 && parts[0].number;
@@ -315,24 +418,14 @@ bool CsvBarReader::readDate(const char* begin, const char* end, qint32& date) co
             return false;
         }
     }
-    date = year * 10000 + month * 100 + day;
-    return store::checkDate(date).ok();
+    return makeDate(year, month, day, date);
 }
 
 bool CsvBarReader::readNumber(const char* begin, const char* end, double& value) const
 {
     trim(begin, end);
-    char text[64];
-    const size_t length = size_t(end - begin);
-    if (length == 0 || length >= sizeof text)
-        return false;
-    std::memcpy(text, begin, length);
-    if (m_localeDecimal != '.')
-        std::replace(text, text + length, m_localeDecimal, '.');
-    // Straight to single precision, the precision of the folder: through a double it could round twice.
     float single = 0;
-    const auto result = std::from_chars(text, text + length, single);
-    if (result.ec != std::errc() || result.ptr != text + length)
+    if (!readPlainDecimal(begin, end, m_localeDecimal, single) && !readAnyDecimal(begin, end, m_localeDecimal, single))
         return false;
     value = single;
     return true;
@@ -409,13 +502,19 @@ bool CsvBarReader::readLine(const char* begin, const char* end, store::PriceBar&
         const char* comma = nextComma(p);
         if (column < m_columnOf.size()) {
             const F field = F(m_columnOf[column]);
-            double* values[] = {nullptr, &bar.open, &bar.high, &bar.low, &bar.close, &bar.volume, &bar.openInterest};
+            static constexpr double store::PriceBar::*values[] = {nullptr,
+                                                                  &store::PriceBar::open,
+                                                                  &store::PriceBar::high,
+                                                                  &store::PriceBar::low,
+                                                                  &store::PriceBar::close,
+                                                                  &store::PriceBar::volume,
+                                                                  &store::PriceBar::openInterest};
             if (field == F::Date && !readDate(p, comma, bar.date)) {
                 problem = QStringLiteral("%1 is not a date (%2, yyyy-mm-dd or yyyymmdd)")
                               .arg(quoted(p, comma), m_datePattern);
                 return false;
             }
-            if (field > F::Date && field < F::Ignored && !readNumber(p, comma, *values[field])) {
+            if (field > F::Date && field < F::Ignored && !readNumber(p, comma, bar.*values[field])) {
                 static const char* const names[] = {"", "Open", "High", "Low", "Close", "Volume", "OpenInt"};
                 problem = QStringLiteral("%1 is not a number (%2)").arg(quoted(p, comma), QLatin1String(names[field]));
                 return false;

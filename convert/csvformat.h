@@ -57,6 +57,11 @@ struct CsvProblem
     QString text;
 };
 
+// A number in its most common form, a minus sign or none, digits and at most one decimal point ('.' or
+// `decimalPoint`), read to the very float std::from_chars gives for it; false for any other form and
+// for the few values it cannot round exactly, which the caller reads the long way.
+[[nodiscard]] bool readPlainDecimal(const char* begin, const char* end, char decimalPoint, float& value);
+
 // Reads the bars of one file. Columns are found by the header's names (case and surrounding blanks do
 // not matter): Date, High, Low, Close and Volume are needed; Open, OpenInt (or Open Interest) and
 // Adj Close are optional, other columns are ignored. Dates may be the locale's short date with a

@@ -7,6 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <optional>
+#include <random>
 #include <string>
 
 namespace {
@@ -83,6 +88,110 @@ TEST(FileNames, AreWrittenFromTheNameCutAndTheWholeSymbol)
 {
     EXPECT_EQ(convert::csvFileName("ABCDE FGHIJKL", "XYZ.NS"), "ABCDE FGHI.XYZ.NS.csv");
     EXPECT_EQ(convert::csvFileName("Short", "zodIb.st"), "Short.ZODIB.ST.csv");
+}
+
+// The value std::from_chars reads from the whole text, with `point` as the decimal point: what the fast
+// path must give, and only where this gives anything.
+std::optional<float> fromChars(std::string text, char point)
+{
+    std::replace(text.begin(), text.end(), point, '.');
+    float value = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+// Where the fast path takes a number, it reads the very float from_chars reads, to the bit.
+void expectSameAsFromChars(const std::string& text, char point)
+{
+    float fast = 0;
+    if (!convert::readPlainDecimal(text.data(), text.data() + text.size(), point, fast))
+        return;
+    const std::optional<float> slow = fromChars(text, point);
+    ASSERT_TRUE(slow.has_value()) << text << " is no number for from_chars";
+    EXPECT_EQ(std::bit_cast<quint32>(fast), std::bit_cast<quint32>(*slow)) << text << ": " << fast << " " << *slow;
+}
+
+struct DecimalCase
+{
+    const char* what;
+    const char* text;
+    char point;
+    bool fast; // whether the fast path takes it
+};
+
+class PlainDecimal : public ::testing::TestWithParam<DecimalCase>
+{};
+
+TEST_P(PlainDecimal, ReadsWhatFromCharsReads)
+{
+    const std::string text = GetParam().text;
+    float value = 0;
+    EXPECT_EQ(convert::readPlainDecimal(text.data(), text.data() + text.size(), GetParam().point, value),
+              GetParam().fast);
+    expectSameAsFromChars(text, GetParam().point);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Convert,
+    PlainDecimal,
+    ::testing::Values(DecimalCase{"price", "12.34", '.', true},
+                      DecimalCase{"whole", "1234", '.', true},
+                      DecimalCase{"negative fraction", "-0.5", '.', true},
+                      DecimalCase{"negative zero", "-0", '.', true},
+                      DecimalCase{"negative zero with point", "-0.000", '.', true},
+                      DecimalCase{"leading zeros", "0007.50", '.', true},
+                      DecimalCase{"decimal comma", "12,34", ',', true},
+                      DecimalCase{"point in a comma locale", "12.34", ',', true},
+                      DecimalCase{"comma in a point locale", "12,34", '.', false},
+                      DecimalCase{"seven digits", "1234.567", '.', true},
+                      DecimalCase{"eight digits", "1677.7215", '.', true},
+                      DecimalCase{"nine digits", "12345.6789", '.', false},
+                      DecimalCase{"below two to the 24", "1677721.5", '.', true},
+                      DecimalCase{"two to the 24 as mantissa", "1677721.6", '.', false},
+                      DecimalCase{"two to the 24 plus one whole", "16777217", '.', true},
+                      DecimalCase{"halfway rounding to even up", "16777219", '.', true},
+                      DecimalCase{"above halfway where a double rounds twice", "9007199791611905", '.', true},
+                      DecimalCase{"eighteen digits", "999999999999999999", '.', true},
+                      DecimalCase{"nineteen digits", "1999999999999999999", '.', false},
+                      DecimalCase{"one tenth", "0.1", '.', true},
+                      DecimalCase{"ten decimals", "0.0000000001", '.', true},
+                      DecimalCase{"eleven decimals", "0.00000000001", '.', false},
+                      DecimalCase{"largest fast mantissa and scale", "0.0016777215", '.', true},
+                      DecimalCase{"plus sign", "+5", '.', false},
+                      DecimalCase{"two minus signs", "--5", '.', false},
+                      DecimalCase{"minus alone", "-", '.', false},
+                      DecimalCase{"point first", ".5", '.', false},
+                      DecimalCase{"point last", "5.", '.', false},
+                      DecimalCase{"two points", "1.5.3", '.', false},
+                      DecimalCase{"point and comma", "1.5,3", ',', false},
+                      DecimalCase{"exponent", "1e5", '.', false},
+                      DecimalCase{"empty", "", '.', false}),
+    nameOf<DecimalCase>);
+
+TEST(PlainDecimal, ReadsGeneratedDecimalsAsFromChars)
+{
+    // Mantissas of every length up to past 2^24 with every scale the fast path takes and one more.
+    std::mt19937_64 random(2024);
+    int taken = 0;
+    const int count = 200000;
+    for (int i = 0; i < count; ++i) {
+        const quint64 mantissa = random() % (quint64(1) << (1 + random() % 26));
+        const int decimals = int(random() % 12);
+        std::string digits = std::to_string(mantissa);
+        if (decimals > 0) {
+            digits.insert(0, size_t(std::max(0, decimals + 1 - int(digits.size()))), '0');
+            digits.insert(digits.size() - size_t(decimals), 1, '.');
+        }
+        const std::string text = (random() % 4 == 0 ? "-" : "") + digits;
+        float value = 0;
+        taken += convert::readPlainDecimal(text.data(), text.data() + text.size(), '.', value) ? 1 : 0;
+        expectSameAsFromChars(text, '.');
+        if (HasFatalFailure())
+            return;
+    }
+    EXPECT_GT(taken, count * 3 / 4);
 }
 
 bool readText(const QByteArray& text,
@@ -182,6 +291,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"column twice", "Date,High,Low,Close,Volume,high\n", 1, "twice"},
         BadCase{"bad date", "Date,High,Low,Close,Volume\n1/2/2004,1,1,1,1\n13/45/2004,1,1,1,1\n", 3, "13/45/2004"},
         BadCase{"two digit year", "Date,High,Low,Close,Volume\n1/2/04,1,1,1,1\n", 2, "not a date"},
+        BadCase{"three digit month", "Date,High,Low,Close,Volume\n101/1/1990,1,1,1,1\n", 2, "not a date"},
         BadCase{"bad number", "Date,High,Low,Close,Volume\n\n1/2/2004,1,1,x1,1\n", 3, "Close"},
         BadCase{"number too large", "Date,High,Low,Close,Volume\n1/2/2004,1,1,1,1e39\n", 2, "Volume"},
         BadCase{"too few fields", "Date,High,Low,Close,Volume\n1/2/2004,1,1,1\n", 2, "4 fields"},
