@@ -19,8 +19,9 @@ namespace store {
 // journal renamed to the applied journal. Those renames reach the medium with the next change's folder
 // flush, which then deletes the applied journal, or with settleFolder when the writer closes the
 // folder: one folder flush per change instead of two. Until then the applied journal lets a recovery
-// redo them; meanwhile the next change writes its temporary files under the other of two suffixes, so
-// that no name a pending rename comes from is taken again. A change of one file needs no journal when
+// redo them; meanwhile the next change writes its journal and temporary files under the other of two
+// names and suffixes, so that no name a pending rename comes from is taken again (a generation number
+// in each journal orders two of them). A change of one file needs no journal when
 // no applied journal is waiting: its temporary file is flushed and renamed into place, and the folder
 // flushed.
 // Opening the folder again (recoverFolder) redoes the applied journal's renames, finishes a change
