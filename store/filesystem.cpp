@@ -230,8 +230,16 @@ Status FileSystem::syncFiles(const QStringList& paths)
 
 Status FileSystem::rename(const QString& from, const QString& to)
 {
-    const int replaced = holdReplaced(to);
-    const int result = ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData());
+    const QByteArray source = QFile::encodeName(from);
+    const QByteArray target = QFile::encodeName(to);
+    int replaced = holdReplaced(to);
+    int result = ::rename(source.constData(), target.constData());
+    if (result != 0 && replaced >= 0) {
+        // Some network file systems refuse to replace a file that is open: try again without holding it.
+        ::close(replaced);
+        replaced = -1;
+        result = ::rename(source.constData(), target.constData());
+    }
     const int error = errno;
     letGo(replaced);
     if (result != 0)
@@ -241,12 +249,18 @@ Status FileSystem::rename(const QString& from, const QString& to)
 
 Status FileSystem::remove(const QString& path)
 {
-    const int removed = holdReplaced(path);
-    QFile file(path);
-    const bool ok = file.remove();
+    const QByteArray name = QFile::encodeName(path);
+    int removed = holdReplaced(path);
+    int result = ::unlink(name.constData());
+    if (result != 0 && removed >= 0) {
+        ::close(removed); // as for rename
+        removed = -1;
+        result = ::unlink(name.constData());
+    }
+    const int error = errno;
     letGo(removed);
-    if (!ok)
-        return ioError(QStringLiteral("Cannot delete"), path, file.errorString());
+    if (result != 0)
+        return ioError(QStringLiteral("Cannot delete"), path, QString::fromLocal8Bit(strerror(error)));
     return {};
 }
 
