@@ -23,6 +23,7 @@ namespace {
 constexpr int firstCachedYear = 1900;
 constexpr int cachedYears = 200; // the years a folder can hold
 constexpr int daySlots = 12 * 31;
+constexpr int printedBits = 12; // 4,096 numbers kept
 
 bool isBlank(char c)
 {
@@ -196,6 +197,7 @@ CsvLineWriter::CsvLineWriter(const QLocale& locale)
     , m_pattern(context::GetShortDatePattern(locale))
     , m_separator(context::GetDateSeparator(locale))
     , m_dates(size_t(cachedYears) * daySlots)
+    , m_printed(size_t(1) << printedBits)
 {
     const QString point = locale.decimalPoint();
     m_decimalPoint = point.size() == 1 && point[0].unicode() < 0x80 ? char(point[0].unicode()) : '.';
@@ -222,13 +224,29 @@ const std::string& CsvLineWriter::dateText(qint32 date)
     return text;
 }
 
+char* CsvLineWriter::writeNumber(char* out, double value)
+{
+    // The text depends on nothing but the single-precision value (see writePrintNumber).
+    const quint64 key = std::bit_cast<quint32>(static_cast<float>(value)) | (quint64(1) << 32);
+    PrintedNumber& slot = m_printed[size_t((key * 0x9E3779B97F4A7C15ull) >> (64 - printedBits))];
+    if (slot.key == key)
+        return std::copy_n(slot.text, slot.length, out);
+    char* const end = writePrintNumber(out, value, m_decimalPoint);
+    if (end - out <= qsizetype(sizeof slot.text)) {
+        slot.key = key;
+        slot.length = quint8(end - out);
+        std::copy(out, end, slot.text);
+    }
+    return end;
+}
+
 void CsvLineWriter::appendBar(std::string& out, const store::PriceBar& bar)
 {
     char line[5 * printNumberSize + 8];
     char* p = line;
     for (double value : {bar.open, bar.high, bar.low, bar.close, bar.volume}) {
         *p++ = ',';
-        p = writePrintNumber(p, value, m_decimalPoint);
+        p = writeNumber(p, value);
     }
     *p++ = '\r';
     *p++ = '\n';

@@ -35,6 +35,16 @@ public:
 
 private:
     const std::string& dateText(qint32 date);
+    char* writeNumber(char* out, double value);
+
+    // The print-statement form of a recent value, found by its single-precision bits: prices recur (a
+    // security trades on a grid of ticks), and formatting them is the larger part of an export.
+    struct PrintedNumber
+    {
+        quint64 key = 0; // the bits, with bit 32 set; 0 for an empty slot
+        quint8 length = 0;
+        char text[23];
+    };
 
     QLocale m_locale;
     QString m_pattern;
@@ -42,6 +52,7 @@ private:
     char m_decimalPoint = '.';
     std::vector<std::string> m_dates; // FormatBarDate once per calendar day, as the same days recur
     std::string m_odd; // a date outside the cached years
+    std::vector<PrintedNumber> m_printed;
 };
 
 // One number in the print-statement form, written at `out`; returns the end. Needs printNumberSize
