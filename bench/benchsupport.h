@@ -29,6 +29,8 @@ public:
     store::Status syncFiles(const QStringList&) override { return {}; }
 
     store::Status syncFolder(const QString&) override { return {}; }
+
+    store::Status syncFilesAndFolder(const QStringList&, const QString&) override { return {}; }
 };
 
 // Weekdays from 1990-01-02 on, as yyyymmdd numbers.

@@ -18,6 +18,8 @@ public:
     store::Status syncFiles(const QStringList&) override { return {}; }
 
     store::Status syncFolder(const QString&) override { return {}; }
+
+    store::Status syncFilesAndFolder(const QStringList&, const QString&) override { return {}; }
 };
 
 void writeFiles(const uint8_t* data, size_t size, QDir dir)

@@ -71,20 +71,27 @@ public:
             thread.join();
     }
 
-    // fdatasync of each descriptor; the error number of each (0 when it succeeded), in the same order.
-    std::vector<int> flush(const std::vector<int>& descriptors)
+    // A descriptor to flush: a file's data (fdatasync), or a folder's names (fsync).
+    struct Flush
     {
-        std::vector<int> errors(descriptors.size(), 0);
-        if (descriptors.empty())
+        int descriptor;
+        bool folder;
+    };
+
+    // Each flush; the error number of each (0 when it succeeded), in the same order.
+    std::vector<int> flush(const std::vector<Flush>& flushes)
+    {
+        std::vector<int> errors(flushes.size(), 0);
+        if (flushes.empty())
             return errors;
-        Batch batch{int(descriptors.size()) - 1, {}};
+        Batch batch{int(flushes.size()) - 1, {}};
         {
             std::lock_guard lock(m_mutex);
-            for (size_t i = 1; i < descriptors.size(); ++i)
-                m_tasks.push_back({descriptors[i], &errors[i], &batch});
+            for (size_t i = 1; i < flushes.size(); ++i)
+                m_tasks.push_back({flushes[i], &errors[i], &batch});
         }
         m_wake.notify_all();
-        errors[0] = flushOne(descriptors[0]);
+        errors[0] = flushOne(flushes[0]);
         std::unique_lock lock(m_mutex);
         batch.done.wait(lock, [&] { return batch.pending == 0; });
         return errors;
@@ -96,7 +103,7 @@ public:
         {
             std::lock_guard lock(m_mutex);
             if (m_tasks.size() < 256) {
-                m_tasks.push_back({descriptor, nullptr, nullptr});
+                m_tasks.push_back({{descriptor, false}, nullptr, nullptr});
                 descriptor = -1;
             }
         }
@@ -113,10 +120,10 @@ private:
         std::condition_variable done;
     };
 
-    // A flush of `descriptor` when it belongs to a batch, otherwise its close.
+    // A flush when it belongs to a batch, otherwise the close of the descriptor.
     struct Task
     {
-        int descriptor;
+        Flush flush;
         int* error;
         Batch* batch;
     };
@@ -127,7 +134,10 @@ private:
             m_threads.emplace_back([this] { work(); });
     }
 
-    static int flushOne(int descriptor) { return ::fdatasync(descriptor) == 0 ? 0 : errno; }
+    static int flushOne(Flush flush)
+    {
+        return (flush.folder ? ::fsync(flush.descriptor) : ::fdatasync(flush.descriptor)) == 0 ? 0 : errno;
+    }
 
     void work()
     {
@@ -139,7 +149,7 @@ private:
             const Task task = m_tasks.front();
             m_tasks.pop_front();
             lock.unlock();
-            const int error = task.batch ? flushOne(task.descriptor) : ::close(task.descriptor);
+            const int error = task.batch ? flushOne(task.flush) : ::close(task.flush.descriptor);
             lock.lock();
             if (task.batch) {
                 *task.error = error;
@@ -183,6 +193,44 @@ Status FileSystem::writeFile(const QString& path, const QByteArray& bytes)
     return {};
 }
 
+namespace {
+
+// The files' data, and the names of `folder` unless it is empty, flushed together (see IoCrew).
+Status flushTogether(const QStringList& paths, const QString& folder)
+{
+    // The writing of every file is started before the first wait, so that the device takes them
+    // together. fdatasync is enough: a file's size and blocks are flushed with its data, and its name
+    // is the folder's to flush.
+    const QStringList flushed = folder.isEmpty() ? paths : paths + QStringList{folder};
+    std::vector<IoCrew::Flush> flushes;
+    Status result;
+    for (const QString& path : flushed) {
+        const bool isFolder = qsizetype(flushes.size()) == paths.size();
+        const int fd = ::open(QFile::encodeName(path).constData(), isFolder ? (O_RDONLY | O_DIRECTORY) : O_RDONLY);
+        if (fd < 0) {
+            result = ioError(QStringLiteral("Cannot open"), path, QString::fromLocal8Bit(strerror(errno)));
+            break;
+        }
+        flushes.push_back({fd, isFolder});
+#ifdef __linux__
+        if (!isFolder)
+            (void)::sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
+#endif
+    }
+    const std::vector<int> errors = result.ok() ? IoCrew::instance().flush(flushes) : std::vector<int>();
+    for (size_t i = 0; i < errors.size() && result.ok(); ++i) {
+        if (errors[i] != 0)
+            result = ioError(QStringLiteral("Cannot flush"),
+                             flushed[qsizetype(i)],
+                             QString::fromLocal8Bit(strerror(errors[i])));
+    }
+    for (const IoCrew::Flush& flush : flushes)
+        ::close(flush.descriptor);
+    return result;
+}
+
+} // namespace
+
 Status FileSystem::syncFiles(const QStringList& paths)
 {
 #ifdef __linux__
@@ -200,32 +248,17 @@ Status FileSystem::syncFiles(const QStringList& paths)
         return {};
     }
 #endif
-    // The writing of every file is started before the first wait, so that the device takes them
-    // together, and the waits overlap (IoCrew). fdatasync is enough: a file's size and blocks are
-    // flushed with its data, and its name is the folder's to flush.
-    std::vector<int> descriptors;
-    Status result;
-    for (const QString& path : paths) {
-        const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY);
-        if (fd < 0) {
-            result = ioError(QStringLiteral("Cannot open"), path, QString::fromLocal8Bit(strerror(errno)));
-            break;
-        }
-        descriptors.push_back(fd);
-#ifdef __linux__
-        (void)::sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
-#endif
+    return flushTogether(paths, {});
+}
+
+Status FileSystem::syncFilesAndFolder(const QStringList& paths, const QString& folder)
+{
+    if (paths.size() > 16) {
+        if (Status s = syncFiles(paths); !s.ok())
+            return s;
+        return syncFolder(folder);
     }
-    const std::vector<int> errors = result.ok() ? IoCrew::instance().flush(descriptors) : std::vector<int>();
-    for (size_t i = 0; i < errors.size() && result.ok(); ++i) {
-        if (errors[i] != 0)
-            result = ioError(QStringLiteral("Cannot flush"),
-                             paths[qsizetype(i)],
-                             QString::fromLocal8Bit(strerror(errors[i])));
-    }
-    for (const int fd : descriptors)
-        ::close(fd);
-    return result;
+    return flushTogether(paths, folder);
 }
 
 Status FileSystem::rename(const QString& from, const QString& to)

@@ -27,6 +27,9 @@ public:
     virtual Status rename(const QString& from, const QString& to); // replaces `to` atomically
     virtual Status remove(const QString& path);
     virtual Status syncFolder(const QString& folder); // renames and removals on the medium
+    // syncFiles and syncFolder at once, in no particular order: for a change whose moment needs both
+    // and that tells by its own means a file whose contents did not reach the medium.
+    virtual Status syncFilesAndFolder(const QStringList& paths, const QString& folder);
 
     virtual Status readFile(const QString& path, QByteArray& bytes);
     virtual Status makeFolder(const QString& path); // with missing parents

@@ -268,9 +268,9 @@ Status Transaction::commit(bool& committed)
         if (Status s = m_fs.writeFile(written.back(), journalText(journal)); !s.ok())
             return undo(s);
     }
-    if (Status s = m_fs.syncFiles(written); !s.ok())
-        return undo(s);
     if (!journaled) {
+        if (Status s = m_fs.syncFiles(written); !s.ok())
+            return undo(s);
         if (Status s = m_fs.rename(written.front(), path(journal.entries.front().name)); !s.ok())
             return undo(s);
         committed = true;
@@ -279,8 +279,10 @@ Status Transaction::commit(bool& committed)
 
     // The moment of the change: the journal and the files it names are on the medium together, and
     // so are the renames of the change before, whose journal can go now. The journal of this one
-    // stays, under its second name, until the next flush of the folder (see the class comment).
-    if (Status s = m_fs.syncFolder(m_folder); !s.ok())
+    // stays, under its second name, until the next flush of the folder (see the class comment). The
+    // files and the folder are flushed at once: until both are done nothing has been renamed, and a
+    // journal on the medium whose files are not (their digests tell) describes a change not made.
+    if (Status s = m_fs.syncFilesAndFolder(written, m_folder); !s.ok())
         return undo(s);
     committed = true;
     Status s = unsettled ? m_fs.remove(path(appliedJournalName)) : Status();

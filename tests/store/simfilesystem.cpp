@@ -268,4 +268,11 @@ SimFileSystem::durableStates(CrashModel model, size_t limit, std::mt19937& rando
     return states;
 }
 
+store::Status SimFileSystem::syncFilesAndFolder(const QStringList& paths, const QString& folder)
+{
+    if (store::Status s = syncFolder(folder); !s.ok())
+        return s;
+    return syncFiles(paths);
+}
+
 } // namespace store_test

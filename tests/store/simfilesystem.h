@@ -52,6 +52,8 @@ public:
     store::Status rename(const QString& from, const QString& to) override;
     store::Status remove(const QString& path) override;
     store::Status syncFolder(const QString& folder) override;
+    // The folder first: the order that leaves the journal's names on the medium before its contents.
+    store::Status syncFilesAndFolder(const QStringList& paths, const QString& folder) override;
     store::Status readFile(const QString& path, QByteArray& bytes) override;
     store::Status makeFolder(const QString& path) override;
     bool isFolder(const QString& path) override;

@@ -43,6 +43,8 @@ public:
     store::Status syncFiles(const QStringList&) override { return {}; }
 
     store::Status syncFolder(const QString&) override { return {}; }
+
+    store::Status syncFilesAndFolder(const QStringList&, const QString&) override { return {}; }
 };
 
 // Every file of a folder with its bytes; the lock file of a running writer is left out.
