@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <iterator>
+
 namespace fuzz {
 
 namespace {
@@ -24,12 +26,22 @@ public:
 
 void writeFiles(const uint8_t* data, size_t size, QDir dir)
 {
-    static const char* const names[] = {"MASTER", "EMASTER", "XMASTER", "F1.DAT", "F2.DAT", "F256.MWD"};
+    // The index and data files, and what an interrupted writer leaves: its journals and a temporary file.
+    static const char* const names[] = {"MASTER",
+                                        "EMASTER",
+                                        "XMASTER",
+                                        "F1.DAT",
+                                        "F2.DAT",
+                                        "F256.MWD",
+                                        "TICKSMITH.JNL",
+                                        "TICKSMITH.JN2",
+                                        "TICKSMITH.JNA",
+                                        "MASTER.TSTM2"};
     for (const QString& name : dir.entryList(QDir::Files))
         dir.remove(name);
     size_t at = 0;
     while (at + 3 <= size) {
-        const char* name = names[data[at] % 6];
+        const char* name = names[data[at] % std::size(names)];
         const size_t length = std::min<size_t>(data[at + 1] | (data[at + 2] << 8), size - at - 3);
         QFile file(dir.filePath(QLatin1String(name)));
         if (file.open(QIODevice::WriteOnly | QIODevice::Append))

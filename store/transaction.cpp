@@ -37,9 +37,11 @@ bool hasDigestOf(const QByteArray& bytes, const QByteArray& expected)
     return digest(bytes) == expected;
 }
 
+// A name of a file in the folder itself; a NUL would cut the name short where the system reads it.
 bool isPlainName(const QString& name)
 {
-    return !name.isEmpty() && !name.contains(u'/') && !name.contains(u'\\') && name != u"." && name != u"..";
+    return !name.isEmpty() && !name.contains(u'/') && !name.contains(u'\\') && !name.contains(QChar(0)) && name != u"."
+        && name != u"..";
 }
 
 // One line of a journal: a file replaced by its temporary file, whose bytes have the digest `digest`
